@@ -1,0 +1,7 @@
+# The one list of source families: each has include/NAME.h, src/NAME.cpp and tests/unit/NAME_test.cpp.
+set(TARVEL_FAMILIES
+  kest_conf
+  string_bundle
+  tarvel
+  form_handler
+)
