@@ -4,7 +4,21 @@ target_compile_features(tarvel_build_flags INTERFACE cxx_std_17)
 target_compile_definitions(tarvel_build_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_compile_options(tarvel_build_flags INTERFACE
   -Wall -Wextra -Wshadow -Wformat=2 -Wconversion -Werror)
+# Tells of a parameter-passing change in g++ 7 that no supported compiler still has.
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL "arm" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(tarvel_build_flags INTERFACE -Wno-psabi)
+endif()
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+# What changes code generation reaches everything, GoogleTest compiled from source included.
+if(TARVEL_SANITIZERS)
+  add_compile_options(-fsanitize=${TARVEL_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${TARVEL_SANITIZERS})
+endif()
+if(TARVEL_COVERAGE)
+  add_compile_options(--coverage -O0)
+  add_link_options(--coverage)
+endif()

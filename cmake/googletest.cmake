@@ -1,0 +1,36 @@
+# GoogleTest, and tarvel_test() for every test program written with it. For the machine itself Debian's libraries serve;
+# another processor gets them compiled from the sources that Debian installs.
+if(CMAKE_CROSSCOMPILING)
+  set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
+  set(CMAKE_POLICY_DEFAULT_CMP0069 NEW)
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+  if(NOT TARGET GTest::gtest)
+    foreach(name gtest gtest_main gmock gmock_main)
+      add_library(GTest::${name} ALIAS ${name})
+    endforeach()
+  endif()
+else()
+  find_package(GTest REQUIRED)
+endif()
+include(GoogleTest)
+
+# tarvel_test(NAME [MAIN] LABEL label SOURCES file... LIBRARIES target... [WRAPPER command...] [PROPERTIES name value...])
+#
+# Builds the test program NAME and hands each of its cases to ctest as "<preset>/<Suite>.<Case>" with the label LABEL.
+# MAIN: the sources bring their own main(). WRAPPER: the cases run as "command... NAME", for example in the appliance
+# tree. Nothing is inherited: what is tested comes with LIBRARIES.
+function(tarvel_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "MAIN" "LABEL" "SOURCES;LIBRARIES;WRAPPER;PROPERTIES")
+  add_executable(${name} ${arg_SOURCES})
+  set_target_properties(${name} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} tarvel_build_flags GTest::gmock GTest::gtest)
+  if(NOT arg_MAIN)
+    target_link_libraries(${name} PRIVATE GTest::gmock_main)
+  endif()
+  if(arg_WRAPPER)
+    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${arg_WRAPPER};${CMAKE_CROSSCOMPILING_EMULATOR}")
+  endif()
+  gtest_discover_tests(${name} TEST_PREFIX "${TARVEL_PRESET}/" DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS ${arg_LABEL} TIMEOUT 120 ${arg_PROPERTIES})
+endfunction()
