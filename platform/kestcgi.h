@@ -34,9 +34,9 @@ typedef enum _tag_cgi_position {
 
 /// What KestCgiIsAuthorized() is asked, and what it adds to its answer.
 typedef struct CgiAuthRequest {
-  int32_t mode;          ///< 1: the request counts as activity and renews the idle timer; 0: a poll that does not
-  int32_t uid;           ///< 0 on entry; out: user id of the account when the session is valid
-  int32_t seconds_left;  ///< 0 on entry; out: seconds until the session ends without further activity
+  int32_t mode;         ///< 1: the request counts as activity and renews the idle timer; 0: a poll that does not
+  int32_t uid;          ///< 0 on entry; out: user id of the account when the session is valid
+  int32_t secondsLeft;  ///< 0 on entry; out: seconds until the session ends without further activity
 } CgiAuthRequest;
 
 /// A login. The texts belong to the caller.
@@ -209,7 +209,7 @@ int KestCgiRedirect(KESTCGI* ctx, const char* url);
 /// @param ctx   the context, cookies read
 /// @param user  receives the account's name when the session is valid, also with the result -2
 /// @param size  bytes of `user`
-/// @param req   the question; its uid and seconds_left are filled when the session is valid
+/// @param req   the question; its uid and secondsLeft are filled when the session is valid
 /// @param pos   position of the page
 /// @return 1 allowed, an ordinary account; 2 allowed, an administrator;
 ///         0 bad arguments, or the request itself was refused;
