@@ -1,0 +1,25 @@
+# tarvel_fuzz_target(NAME SOURCES file... LIBRARIES target... [CORPUS folder] [DICTIONARY file] [RUNS number])
+#
+# Builds the libFuzzer program NAME. As the test "<preset>/NAME" it runs through the seed inputs of CORPUS (default:
+# corpus/NAME beside the list file) and RUNS inputs derived from them, always the same ones.
+function(tarvel_fuzz_target name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "CORPUS;DICTIONARY;RUNS" "SOURCES;LIBRARIES")
+  if(NOT arg_CORPUS)
+    set(arg_CORPUS "${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name}")
+  endif()
+  if(NOT arg_RUNS)
+    set(arg_RUNS 20000)
+  endif()
+  if(arg_DICTIONARY)
+    set(dictionary "-dict=${arg_DICTIONARY}")
+  endif()
+  file(MAKE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/found-${name}")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} tarvel_build_flags)
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  add_test(NAME ${TARVEL_PRESET}/${name}
+    COMMAND ${name} -runs=${arg_RUNS} -seed=1 -timeout=10 -max_len=65536 -print_final_stats=1 ${dictionary}
+      "-artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/found-${name}/crash-" "${CMAKE_CURRENT_BINARY_DIR}/found-${name}"
+      "${arg_CORPUS}")
+  set_tests_properties(${TARVEL_PRESET}/${name} PROPERTIES LABELS fuzz TIMEOUT 300)
+endfunction()
