@@ -114,8 +114,8 @@ void KLIBErrSet(int code);
 /// @param size  bytes of `buf`, at least 1
 /// @param zero  reserved, 0
 /// @return bytes stored in `buf` without the NUL; 0 when the key is absent or its value is empty; -1 when the file
-/// cannot
-///         be read (missing, no permission, a directory, no regular file) or an argument is NULL, empty or out of range
+///         cannot be read (missing, no permission, a directory, no regular file, above 1 MiB) or an argument is NULL,
+///         empty or out of range
 int KLIBFileGetKeyValue(const char* file, const char* key, char* buf, int size, int zero);
 
 /// Sets one value of a key/value file: the first line of the key is replaced where it stands, further lines of the same

@@ -1,0 +1,45 @@
+#include "host/klib/error_code.h"
+
+#include <cerrno>
+
+#include "platform/klib.h"
+
+namespace {
+
+int last_error = 0;
+
+}  // namespace
+
+int KLIBErrGet(void) { return last_error; }
+
+void KLIBErrSet(int code) { last_error = code; }
+
+namespace kest {
+
+ErrorCode ErrorCodeOf(int error) {
+  switch (error) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return kErrorDenied;
+    case ENOENT:
+    case ENOTDIR:
+      return kErrorNoSuchObject;
+    case EINVAL:
+      return kErrorBadParameter;
+    case ENOMEM:
+      return kErrorNoMemory;
+    case ENOSPC:
+    case EDQUOT:
+      return kErrorNoSpace;
+    default:
+      return kErrorSystem;
+  }
+}
+
+int FailWith(ErrorCode code) {
+  last_error = code;
+  return -1;
+}
+
+}  // namespace kest
