@@ -103,6 +103,7 @@ typedef struct _tag_KEST_SHARE_ENC_ {
   char pass[64];  ///< passphrase, at most 63 bytes; "" when the step needs none
   char reserved2[2];
   int32_t step;  ///< a KEST_SHARE_ENC_STEP
+  char reserved3[4];
 } _tag_KEST_SHARE_ENC_;
 
 /// Question of ShareDefaultGet().
