@@ -1,0 +1,42 @@
+// Requests to the programs, and what a page does when the library refuses one.
+import { showNotice } from './notice.js';
+import { leaveForLogin, stayWithoutRight } from './session.js';
+
+const never = new Promise(() => {});
+
+// The reasons of the header "x-request-error". A page that is being left, or has been replaced by a message, gets no
+// reply any more.
+const refusals = {
+  timeout: () => (leaveForLogin('timeout'), never),
+  relogin: () => (leaveForLogin('relogin'), never),
+  unauth: (reply) => (stayWithoutRight(reply.errno), never),
+  system: (reply) => (showNotice('error', `${reply.errno.section}:${reply.errno.key}`), reply),
+};
+
+async function send(target, options) {
+  const response = await fetch(`/cgi/${target}`, { ...options, cache: 'no-store' });
+  return { headers: response.headers, ...JSON.parse(await response.text()) };
+}
+
+// One request; resolves to the reply document and its headers. A reply that never came counts as a failure.
+async function call(target, options = {}) {
+  let reply;
+  try {
+    reply = await send(target, options);
+  } catch {
+    await showNotice('error', 'common:error_no_answer');
+    return { success: false, headers: new Headers() };
+  }
+  const refusal = refusals[reply.headers.get('x-request-error')];
+  return refusal ? refusal(reply) : reply;
+}
+
+const body = (fields) => ({ method: 'POST', body: fields });
+
+export const get = (program, fields = {}) => call(`${program}.cgi?${new URLSearchParams(fields)}`);
+export const post = (program, fields = {}) => call(`${program}.cgi`, body(new URLSearchParams(fields)));
+export const postUpload = (program, formData) => call(`${program}.cgi`, body(formData));
+export const postJson = (program, value) => call(`${program}.cgi`, {
+  ...body(JSON.stringify(value)),
+  headers: { 'content-type': 'application/json' },
+});

@@ -1,0 +1,57 @@
+// A settings form: values in and out, and the messages beside its fields.
+import { hideNotice, showNotice } from './notice.js';
+import { setText, setWords } from './texts.js';
+
+// The library's two fixed messages, in the user's language.
+const fixedMessages = {
+  'The field is not present.': 'error:error_field_missing',
+  'The field is not valid.': 'error:error_field_invalid',
+};
+
+const fieldsOf = (form) => [...form.elements].filter((element) => element.name);
+
+export function readForm(form) {
+  const value = (field) => (field.type === 'checkbox' ? field.dataset[field.checked ? 'on' : 'off'] : field.value);
+  return Object.fromEntries(fieldsOf(form).map((field) => [field.name, value(field)]));
+}
+
+export function fillForm(form, values) {
+  for (const field of fieldsOf(form)) {
+    if (!(field.name in values)) continue;
+    if (field.type === 'checkbox') field.checked = values[field.name] === field.dataset.on;
+    else field.value = values[field.name];
+  }
+}
+
+// Each field gets a place for its message, and is described by its hint and that place.
+export function prepareForm(form) {
+  for (const field of fieldsOf(form)) {
+    const message = Object.assign(document.createElement('p'), { id: `${field.id}-error`, className: 'error', hidden: true });
+    field.closest('.field').append(message);
+    const hint = document.getElementById(`${field.id}-hint`);
+    field.setAttribute('aria-describedby', [message.id, hint?.id].filter(Boolean).join(' '));
+  }
+}
+
+export function clearErrors(form) {
+  hideNotice();
+  for (const field of fieldsOf(form)) {
+    field.removeAttribute('aria-invalid');
+    document.getElementById(`${field.id}-error`).hidden = true;
+  }
+}
+
+function showError(field, message) {
+  const place = document.getElementById(`${field.id}-error`);
+  field.setAttribute('aria-invalid', 'true');
+  place.hidden = false;
+  return message in fixedMessages ? setText(place, fixedMessages[message]) : setWords(place, message);
+}
+
+// errors: {field: message} as the program sent it. The first bad field of the page gets the focus.
+export async function showErrors(form, errors) {
+  const bad = fieldsOf(form).filter((field) => field.name in errors);
+  await Promise.all(bad.map((field) => showError(field, errors[field.name])));
+  await showNotice('error', bad.length === 1 ? 'error:one_field' : 'error:some_fields', { value: bad.length });
+  bad[0]?.focus();
+}

@@ -1,0 +1,56 @@
+import { get, post } from './api.js';
+import { Draft } from './draft.js';
+import { clearErrors, fillForm, prepareForm, readForm, showErrors } from './form.js';
+import { showNotice } from './notice.js';
+import { enterPage } from './shell.js';
+import { setText, setWords } from './texts.js';
+
+const at = (id) => document.getElementById(id);
+const form = at('general');
+const draft = new Draft(form, at('status'));
+
+async function save() {
+  clearErrors(form);
+  const reply = await post('general', { action: 'apply', ...readForm(form) });
+  if (reply.success) {
+    await draft.remove();
+    fillForm(form, reply.data);
+    at('draft').hidden = true;
+    setWords(at('status'), '');
+    await showNotice('success', 'general:saved');
+  } else if (reply.errors) {
+    await showErrors(form, reply.errors);
+  } else if (reply.errinfo) {
+    await showNotice('error', `${reply.errinfo.sec}:${reply.errinfo.key}`);
+  }
+}
+
+function offer({ saved, values }) {
+  const decide = (answer) => async () => {
+    at('draft').hidden = true;
+    draft.decided();
+    await answer();
+    form.querySelector('input').focus();
+  };
+  at('draft-restore').onclick = decide(() => fillForm(form, values));
+  at('draft-discard').onclick = decide(() => draft.remove());
+  at('draft').hidden = false;
+  return setText(at('draft-words'), 'general:draft_found', { time: saved });
+}
+
+form.addEventListener('submit', async (event) => {
+  event.preventDefault();
+  at('save').disabled = true;
+  await save();
+  at('save').disabled = false;
+});
+
+for (const zone of Intl.supportedValuesOf('timeZone')) at('timezones').append(new Option(zone));
+prepareForm(form);
+await enterPage();
+const reply = await get('general', { action: 'load' });
+if (reply.success) {
+  fillForm(form, reply.data);
+  const found = await draft.find(reply.data);
+  if (found) await offer(found);
+}

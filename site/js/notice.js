@@ -1,0 +1,16 @@
+// The one message line of a page. It is announced to screen readers when it changes.
+import { setText } from './texts.js';
+
+const line = () => document.getElementById('notice');
+
+// kind: "error", "success" or "info"; name: "section:key"
+export async function showNotice(kind, name, values) {
+  const element = line();
+  element.className = kind;
+  element.hidden = false;
+  await setText(element, name, values);
+}
+
+export function hideNotice() {
+  line().hidden = true;
+}
