@@ -1,0 +1,39 @@
+#include "host/cgi/context.h"
+
+#include <stdio.h>
+#include <stdio_ext.h>
+
+#include <new>
+
+namespace {
+
+// Header block and body of an ordinary reply leave in one write: a pipe takes this much at once.
+constexpr size_t kOutputBytes = 64 * 1024;
+char g_output[kOutputBytes];
+
+void BufferOutputWhole() {
+  static bool done = false;
+  // Only before the first output: from then on the stream has a buffer, and keeps it.
+  if (!done && __fbufsize(stdout) == 0) setvbuf(stdout, g_output, _IOFBF, sizeof(g_output));
+  done = true;
+}
+
+}  // namespace
+
+int KestCgiInit(const char* textRoot, KESTCGI* ctx) {
+  if (ctx == nullptr) return -1;
+  *ctx = KESTCGI{};
+  BufferOutputWhole();
+  return kest::Guarded(-1, [&] {
+    auto core = std::make_unique<KestCgiCore>();
+    if (textRoot != nullptr) core->text_root = textRoot;
+    ctx->core = core.release();
+    return 0;
+  });
+}
+
+void KestCgiFree(KESTCGI* ctx) {
+  if (ctx == nullptr) return;
+  delete ctx->core;
+  ctx->core = nullptr;
+}
