@@ -27,9 +27,7 @@ size_t SectionBegun(std::string_view line, const std::vector<std::string>& secti
 void AddLine(std::string_view line, TextPairs* texts) {
   const KeyValueLine parsed = SplitKeyValueLine(line);
   if (!parsed.says_something || parsed.key[0] == ';') return;
-  std::string value(parsed.value);
-  value.resize(UnescapeValue(parsed, &value[0]));
-  texts->AddCopy(parsed.key, value);
+  texts->AddCopy(parsed.key, parsed.value);
 }
 
 const char* FindIn(const std::deque<TextPairs>& sections, std::string_view key) {
