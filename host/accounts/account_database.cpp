@@ -1,0 +1,166 @@
+#include "host/accounts/account_database.h"
+
+#include "host/accounts/fold_name.h"
+
+namespace kest {
+namespace {
+
+// A uid is never given out twice (AUTOINCREMENT), so files and sessions of a removed account belong to nobody else.
+// A credential is a random number renewed with the password: sessions opened with an older one can be told.
+constexpr const char* kSteps[] = {
+    R"(
+CREATE TABLE accounts (
+  uid INTEGER PRIMARY KEY AUTOINCREMENT,
+  name TEXT NOT NULL,
+  folded TEXT NOT NULL UNIQUE,
+  gid INTEGER NOT NULL DEFAULT 100,
+  hash TEXT NOT NULL DEFAULT '',
+  credential INTEGER NOT NULL DEFAULT (random()),
+  login_serial INTEGER NOT NULL DEFAULT 0,
+  description TEXT NOT NULL DEFAULT '',
+  home TEXT NOT NULL DEFAULT '',
+  shell TEXT NOT NULL DEFAULT '',
+  email TEXT NOT NULL DEFAULT '',
+  expire_day INTEGER NOT NULL DEFAULT -1,
+  no_password_change INTEGER NOT NULL DEFAULT 0,
+  attributes INTEGER NOT NULL DEFAULT 1,
+  privilege INTEGER NOT NULL DEFAULT 3
+) STRICT;
+CREATE TABLE groups (
+  gid INTEGER PRIMARY KEY AUTOINCREMENT,
+  name TEXT NOT NULL,
+  folded TEXT NOT NULL UNIQUE,
+  description TEXT NOT NULL DEFAULT ''
+) STRICT;
+CREATE TABLE members (
+  gid INTEGER NOT NULL REFERENCES groups ON DELETE CASCADE,
+  uid INTEGER NOT NULL REFERENCES accounts ON DELETE CASCADE,
+  PRIMARY KEY (gid, uid)
+) STRICT, WITHOUT ROWID;
+CREATE INDEX members_by_uid ON members (uid);
+INSERT INTO groups (gid, name, folded) VALUES (100, 'users', 'users'), (101, 'administrators', 'administrators');
+INSERT INTO sqlite_sequence (name, seq) VALUES ('accounts', 1023);
+UPDATE sqlite_sequence SET seq = 1023 WHERE name = 'groups';
+)",
+};
+constexpr Database::Schema kSchema = {kSteps, static_cast<int>(sizeof(kSteps) / sizeof(kSteps[0]))};
+
+constexpr int kHashColumn = 14;
+#define ACCOUNT_COLUMNS                                                                                            \
+  "SELECT uid, name, gid, description, home, shell, email, expire_day, no_password_change, attributes, privilege," \
+  " credential, login_serial,"                                                                                     \
+  " EXISTS (SELECT 1 FROM members m WHERE m.uid = a.uid AND m.gid ="                                               \
+  " (SELECT gid FROM groups WHERE folded = 'administrators')), hash FROM accounts a "
+
+void Fill(const Statement& row, Account* out) {
+  out->uid = row.Int(0);
+  out->name = row.Text(1);
+  out->gid = row.Int(2);
+  out->description = row.Text(3);
+  out->home = row.Text(4);
+  out->shell = row.Text(5);
+  out->email = row.Text(6);
+  out->expire_day = row.Int(7);
+  out->no_password_change = row.Int(8) != 0;
+  out->attributes = row.Int(9);
+  out->privilege = row.Int(10);
+  out->credential = row.Number(11);
+  out->login_serial = row.Number(12);
+  out->administrator = row.Int(13) != 0;
+}
+
+}  // namespace
+
+std::unique_ptr<AccountDatabase> AccountDatabase::Open(const char* path) {
+  auto database = Database::Open(path, kSchema);
+  if (database == nullptr) return nullptr;
+  return std::unique_ptr<AccountDatabase>(new AccountDatabase(std::move(database)));
+}
+
+std::unique_ptr<AccountDatabase> AccountDatabase::OpenOrCreate(const char* path) {
+  auto database = Database::OpenOrCreate(path, kSchema);
+  if (database == nullptr) return nullptr;
+  return std::unique_ptr<AccountDatabase>(new AccountDatabase(std::move(database)));
+}
+
+Lookup AccountDatabase::Read(Statement& query, Account* out, std::string* hash) {
+  if (!query.Row()) return query.failed() ? Lookup::kFailed : Lookup::kAbsent;
+  Fill(query, out);
+  if (hash != nullptr) *hash = query.Text(kHashColumn);
+  return Lookup::kFound;
+}
+
+Lookup AccountDatabase::Find(const std::string& name, Account* out, std::string* hash) {
+  Statement query(*database_, ACCOUNT_COLUMNS "WHERE folded = ?");
+  return Read(query.Bind(1, FoldName(name)), out, hash);
+}
+
+Lookup AccountDatabase::FindByUid(int uid, Account* out) {
+  Statement query(*database_, ACCOUNT_COLUMNS "WHERE uid = ?");
+  return Read(query.Bind(1, uid), out, nullptr);
+}
+
+bool AccountDatabase::List(std::vector<Account>* out) {
+  Statement query(*database_, ACCOUNT_COLUMNS "ORDER BY folded");
+  std::vector<Account> all;
+  while (query.Row()) Fill(query, &all.emplace_back());
+  if (query.failed()) return false;
+  out->swap(all);
+  return true;
+}
+
+Lookup AccountDatabase::Apply(Statement& change) {
+  if (!change.Run()) return Lookup::kFailed;
+  return database_->Changes() > 0 ? Lookup::kFound : Lookup::kAbsent;
+}
+
+Lookup AccountDatabase::Add(const Account& account, const std::string& hash) {
+  Transaction transaction(*database_);
+  if (!transaction.open()) return Lookup::kFailed;
+  Statement insert(*database_,
+                   "INSERT INTO accounts (name, folded, gid, hash, description, home, shell, email, expire_day)"
+                   " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (folded) DO NOTHING");
+  insert.Bind(1, account.name).Bind(2, FoldName(account.name)).Bind(3, account.gid).Bind(4, hash);
+  insert.Bind(5, account.description).Bind(6, account.home).Bind(7, account.shell).Bind(8, account.email);
+  const Lookup added = Apply(insert.Bind(9, account.expire_day));
+  if (added != Lookup::kFound) return added;
+  if (account.administrator && SetAdministrator(account.name, true) != Lookup::kFound) return Lookup::kFailed;
+  return transaction.Commit() ? Lookup::kFound : Lookup::kFailed;
+}
+
+Lookup AccountDatabase::SetPassword(const std::string& name, const std::string& hash) {
+  Statement update(*database_, "UPDATE accounts SET hash = ?, credential = random() WHERE folded = ?");
+  return Apply(update.Bind(1, hash).Bind(2, FoldName(name)));
+}
+
+Lookup AccountDatabase::SetExpireDay(const std::string& name, int day) {
+  Statement update(*database_, "UPDATE accounts SET expire_day = ? WHERE folded = ?");
+  return Apply(update.Bind(1, day).Bind(2, FoldName(name)));
+}
+
+Lookup AccountDatabase::SetAdministrator(const std::string& name, bool administrator) {
+  Account account;
+  const Lookup found = Find(name, &account);
+  if (found != Lookup::kFound) return found;
+  Statement change(*database_,
+                   administrator
+                       ? "INSERT OR IGNORE INTO members (gid, uid) SELECT gid, ? FROM groups WHERE folded = ?"
+                       : "DELETE FROM members WHERE uid = ? AND gid = (SELECT gid FROM groups WHERE folded = ?)");
+  return change.Bind(1, account.uid).Bind(2, kAdministrators).Run() ? Lookup::kFound : Lookup::kFailed;
+}
+
+Lookup AccountDatabase::Remove(const std::string& name) {
+  Statement change(*database_, "DELETE FROM accounts WHERE folded = ?");
+  return Apply(change.Bind(1, FoldName(name)));
+}
+
+Lookup AccountDatabase::CountLogin(int uid, int64_t* serial) {
+  Statement change(*database_,
+                   "UPDATE accounts SET login_serial = login_serial + 1 WHERE uid = ? RETURNING login_serial");
+  if (!change.Bind(1, uid).Row()) return change.failed() ? Lookup::kFailed : Lookup::kAbsent;
+  *serial = change.Number(0);
+  // The statement takes effect only when it has run to its end.
+  return change.Run() ? Lookup::kFound : Lookup::kFailed;
+}
+
+}  // namespace kest

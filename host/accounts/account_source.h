@@ -1,0 +1,56 @@
+// Where accounts come from. One interface, so that a directory server can stand beside the local database without the
+// sessions or the user functions noticing.
+#ifndef KEST_HOST_ACCOUNTS_ACCOUNT_SOURCE_H_
+#define KEST_HOST_ACCOUNTS_ACCOUNT_SOURCE_H_
+
+#include <stdint.h>
+
+#include <string>
+
+namespace kest {
+
+struct Account {
+  std::string name;  // as stored; a login may spell it in another case
+  int uid = -1;
+  int gid = 100;
+  std::string description;
+  std::string home;
+  std::string shell;
+  std::string email;
+  int expire_day = -1;  // last valid day since the epoch (UTC); 0 and 1: disabled; negative: never expires
+  bool no_password_change = false;
+  int attributes = 1;
+  int privilege = 3;
+  bool administrator = false;
+  int64_t credential = 0;    // changes with every new password
+  int64_t login_serial = 0;  // counts the logins made while an account may have one session only
+};
+
+enum class Lookup { kFound, kAbsent, kFailed };
+enum class PasswordCheck { kRight, kWrong, kFailed };
+
+class AccountSource {
+ public:
+  virtual ~AccountSource() = default;
+
+  // Whether names of this form belong to the source, existing or not.
+  virtual bool Owns(const std::string& name) const = 0;
+
+  // `out` is filled only when the account is found. Failures are logged by the source.
+  virtual Lookup Find(const std::string& name, Account* out) = 0;
+  virtual Lookup FindByUid(int uid, Account* out) = 0;
+
+  // An unknown name is kWrong and takes as long as a wrong password. `out` is filled only on kRight.
+  virtual PasswordCheck CheckPassword(const std::string& name, const char* password, Account* out) = 0;
+};
+
+// The joined domain's source when `name` carries the prefix of a domain that it knows, else the local one.
+AccountSource& SourceOf(const std::string& name);
+
+// The sources by themselves.
+AccountSource& LocalSource();
+AccountSource& DomainSource();
+
+}  // namespace kest
+
+#endif  // KEST_HOST_ACCOUNTS_ACCOUNT_SOURCE_H_

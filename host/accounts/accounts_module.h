@@ -1,0 +1,48 @@
+// What libkest.so asks of libkest_accounts.so.
+#ifndef KEST_HOST_ACCOUNTS_ACCOUNTS_MODULE_H_
+#define KEST_HOST_ACCOUNTS_ACCOUNTS_MODULE_H_
+
+#include <stdint.h>
+
+#include "host/module/module.h"
+#include "platform/kestdir.h"
+
+// As much of an account as a session has to know.
+struct KestAccountState {
+  char name[493];
+  int uid;
+  int gid;
+  int expire_day;
+  bool administrator;
+  int64_t credential;
+  int64_t login_serial;
+};
+
+// Results: 1 found, 0 no such account, negative when the database failed (logged). Outputs are filled only with 1.
+struct KestAccountsModule {
+  // 1 right; -1 wrong name or password; -2 right, but the account is disabled or expired (`out` is filled);
+  // -3 too many failures, *delay_s says how long; -4 a database failed.
+  int (*check_login)(const char* user, const char* password, KestAccountState* out, int* delay_s);
+  int (*find)(const char* name, KestAccountState* out);
+  int (*find_by_uid)(int uid, KestAccountState* out);
+  // Counts a login of an account that may have one session only; *serial receives the login's number.
+  int (*count_login)(int uid, int64_t* serial);
+  // A record in one block of malloc(), for free().
+  int (*record)(const char* name, KESTUSER** out);
+  int (*record_by_uid)(int uid, KESTUSER** out);
+  // 2 a name of a domain account, 1 of a local one.
+  int (*name_source)(const char* name);
+};
+
+KEST_MODULE_TABLE(KestAccountsModule, KestAccountsModuleTable);
+
+namespace kest {
+
+// The module's table; nullptr when it is not installed (logged).
+inline const KestAccountsModule* Accounts() {
+  return KEST_MODULE(KestAccountsModule, "accounts", KestAccountsModuleTable);
+}
+
+}  // namespace kest
+
+#endif  // KEST_HOST_ACCOUNTS_ACCOUNTS_MODULE_H_

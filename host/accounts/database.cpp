@@ -1,0 +1,117 @@
+#include "host/accounts/database.h"
+
+#include <stdio.h>
+#include <sys/stat.h>
+#include <syslog.h>
+
+namespace kest {
+namespace {
+
+constexpr int kBusyTimeoutMs = 5000;
+
+}  // namespace
+
+std::unique_ptr<Database> Database::Open(const char* path, const Schema& schema) {
+  return OpenWith(path, SQLITE_OPEN_READWRITE, schema);
+}
+
+std::unique_ptr<Database> Database::OpenOrCreate(const char* path, const Schema& schema) {
+  // SQLite gives the log and its index the mode of the file, so this decides for all three.
+  const mode_t mask = umask(077);
+  auto database = OpenWith(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, schema);
+  umask(mask);
+  return database;
+}
+
+std::unique_ptr<Database> Database::OpenWith(const char* path, int flags, const Schema& schema) {
+  sqlite3* handle = nullptr;
+  const int opened = sqlite3_open_v2(path, &handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+  std::unique_ptr<Database> database(new Database(handle, path));
+  if (opened != SQLITE_OK) {
+    database->Fail("open");
+    return nullptr;
+  }
+  sqlite3_busy_timeout(handle, kBusyTimeoutMs);
+  const bool may_fill = (flags & SQLITE_OPEN_CREATE) != 0;
+  if (!may_fill && database->Version() <= 0) {
+    syslog(LOG_ERR, "%s: no usable database", path);
+    return nullptr;
+  }
+  return database->Prepare(schema) ? std::move(database) : nullptr;
+}
+
+bool Database::Prepare(const Schema& schema) {
+  if (!Execute("PRAGMA foreign_keys = ON")) return false;
+  const int version = Version();
+  if (version == schema.count) return true;
+  if (version < 0) return false;
+  if (version > schema.count) {
+    syslog(LOG_ERR, "%s: version %d is newer than this program", path_.c_str(), version);
+    return false;
+  }
+  return Execute("PRAGMA journal_mode = WAL") && Migrate(schema);
+}
+
+bool Database::Migrate(const Schema& schema) {
+  Transaction transaction(*this);
+  if (!transaction.open()) return false;
+  // Another process may have done it while this one waited for the lock.
+  for (int version = Version(); version < schema.count; ++version) {
+    if (version < 0 || !Execute(schema.steps[version])) return false;
+  }
+  char pragma[48];
+  snprintf(pragma, sizeof(pragma), "PRAGMA user_version = %d", schema.count);
+  return Execute(pragma) && transaction.Commit();
+}
+
+int Database::Version() {
+  Statement query(*this, "PRAGMA user_version");
+  return query.Row() ? query.Int(0) : -1;
+}
+
+bool Database::Execute(const char* sql) {
+  return sqlite3_exec(handle(), sql, nullptr, nullptr, nullptr) == SQLITE_OK || Fail(sql);
+}
+
+bool Database::Fail(const char* doing) const {
+  // sqlite3_errmsg() accepts the null handle of a failed allocation.
+  syslog(LOG_ERR, "%s: %.60s: %s", path_.c_str(), doing, sqlite3_errmsg(handle()));
+  return false;
+}
+
+Statement::Statement(Database& database, const char* sql) : database_(database) {
+  Check(sqlite3_prepare_v2(database.handle(), sql, -1, &statement_, nullptr));
+}
+
+void Statement::Check(int result) {
+  if (result == SQLITE_OK || failed_) return;
+  failed_ = true;
+  database_.Fail("statement");
+}
+
+Statement& Statement::Bind(int index, int64_t value) {
+  if (!failed_) Check(sqlite3_bind_int64(statement_, index, value));
+  return *this;
+}
+
+Statement& Statement::Bind(int index, const std::string& value) {
+  if (!failed_) {
+    Check(sqlite3_bind_text(statement_, index, value.c_str(), static_cast<int>(value.size()), SQLITE_TRANSIENT));
+  }
+  return *this;
+}
+
+bool Statement::Row() {
+  if (failed_) return false;
+  const int result = sqlite3_step(statement_);
+  if (result == SQLITE_ROW) return true;
+  if (result != SQLITE_DONE) Check(result);
+  return false;
+}
+
+std::string Statement::Text(int column) const {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+  return text == nullptr ? std::string() : std::string(text);
+}
+
+}  // namespace kest
