@@ -1,0 +1,70 @@
+// Looks into a running site from outside: its processes and the files it has left. Memory disks of the appliance are
+// seen only from inside, so files are reached through the root folder of one of its processes.
+import { readdir, readFile, readlink } from "node:fs/promises";
+import path from "node:path";
+import { projectDir } from "./server.mjs";
+
+async function parentsAndNames() {
+  const processes = new Map();
+  for (const pid of (await readdir("/proc")).filter((name) => /^\d+$/.test(name))) {
+    const stat = await readFile(`/proc/${pid}/stat`, "utf8").catch(() => "");
+    const fields = /^\d+ \((.*)\) (\S) (\d+)/s.exec(stat);
+    if (fields && fields[2] !== "Z") processes.set(Number(pid), { name: fields[1], parent: Number(fields[3]) });
+  }
+  return processes;
+}
+
+/// The processes below `server`, as { pid, name }. A program that made itself a session of its own is among them.
+export async function processesOf(server) {
+  const all = await parentsAndNames();
+  const isBelow = (pid) => {
+    for (let at = pid; at > 1 && all.has(at); at = all.get(at).parent) {
+      if (at === server.process.pid) return true;
+    }
+    return false;
+  };
+  return [...all].filter(([pid]) => isBelow(pid)).map(([pid, { name }]) => ({ pid, name }));
+}
+
+/// The CGI programs that run now.
+export async function programsOf(server) {
+  return (await processesOf(server)).filter(({ name }) => name.endsWith(".cgi"));
+}
+
+/// Path of the appliance's root folder, memory disks included.
+export async function rootOf(server) {
+  const web = (await processesOf(server)).find(({ name }) => name === "apache2");
+  await readlink(`/proc/${web.pid}/root`);
+  return `/proc/${web.pid}/root`;
+}
+
+/// Every file and folder of the appliance that a request may have made, as paths inside. Logs grow and /run belongs to the
+/// server itself, so both are left out.
+export async function filesOf(server) {
+  const found = [];
+  const root = await rootOf(server);
+  const walk = async (folder) => {
+    for (const entry of await readdir(root + folder, { withFileTypes: true })) {
+      const inside = path.join(folder, entry.name);
+      found.push(inside);
+      if (entry.isDirectory() && !isWorkplace(inside)) await walk(inside);
+    }
+  };
+  for (const folder of ["/etc", "/etc.defaults", "/tmp", "/usr/kest", "/var/services", "/volume1"]) await walk(folder);
+  return found.sort();
+}
+
+// A project below /tmp is seen inside at its own path: its files are no business of the site.
+function isWorkplace(folder) {
+  return `${projectDir}/`.startsWith(`${folder}/`);
+}
+
+/// Waits until `condition()` holds and returns true, or false when it does not for that long.
+export async function comesTrue(condition, timeout_ms = 15_000) {
+  const end = Date.now() + timeout_ms;
+  while (Date.now() < end) {
+    if (await condition()) return true;
+    await new Promise((resolve) => setTimeout(resolve, 50));
+  }
+  return false;
+}
