@@ -9,6 +9,7 @@ export async function showNotice(kind, name, values) {
   element.className = kind;
   element.hidden = false;
   await setText(element, name, values);
+  element.scrollIntoView({ block: 'nearest' });
 }
 
 export function hideNotice() {

@@ -31,7 +31,7 @@ function markLanguage(group) {
 function languageButtons() {
   const group = make('div', { class: 'languages', role: 'group', 'data-label': 'common:languages' });
   for (const [code, name] of Object.entries(languages)) {
-    const button = make('button', { type: 'button', lang: code }, name);
+    const button = make('button', { type: 'button', lang: code, 'aria-label': name, title: name }, code.toUpperCase());
     button.addEventListener('click', async () => {
       const reply = await post('language', { lang: code });
       if (!reply.success) return;
