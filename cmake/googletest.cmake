@@ -31,6 +31,10 @@ function(tarvel_test name)
   if(arg_WRAPPER)
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${arg_WRAPPER};${CMAKE_CROSSCOMPILING_EMULATOR}")
   endif()
+  # The report needs the counts of every unit test.
+  if(TARVEL_COVERAGE AND arg_LABEL STREQUAL "unit")
+    list(APPEND arg_PROPERTIES FIXTURES_SETUP counts)
+  endif()
   gtest_discover_tests(${name} TEST_PREFIX "${TARVEL_PRESET}/" DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
     PROPERTIES LABELS ${arg_LABEL} TIMEOUT 120 ${arg_PROPERTIES})
 endfunction()

@@ -1,0 +1,18 @@
+# tarvel_program(NAME SOURCES file... [LIBRARIES target...] [SHARED])
+#
+# One CGI program of the site, NAME.cgi. With TARVEL_STATIC_PROGRAMS it is fully static: library, platform, jsoncpp and
+# the C++ runtime in one file, nothing to map or relocate at its start. SHARED exempts a program that needs what no
+# archive offers (receiving uploads, looking for volumes).
+function(tarvel_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "SHARED" "" "SOURCES;LIBRARIES")
+  add_executable(${name}.cgi ${arg_SOURCES})
+  target_link_libraries(${name}.cgi PRIVATE tarvel_build_flags ${arg_LIBRARIES})
+  if(TARVEL_STATIC_PROGRAMS AND NOT arg_SHARED)
+    target_link_libraries(${name}.cgi PRIVATE tarvel_static kest_static)
+    target_compile_options(${name}.cgi PRIVATE -fno-pie)
+    set_target_properties(${name}.cgi PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    target_link_options(${name}.cgi PRIVATE -static -no-pie -Wl,--gc-sections)
+  else()
+    target_link_libraries(${name}.cgi PRIVATE tarvel)
+  endif()
+endfunction()
