@@ -1,3 +1,16 @@
+# The jsoncpp that goes with the archive tarvel_static: for fully static programs an archive too.
+set(TARVEL_JSONCPP_FOR_ARCHIVE PkgConfig::JSONCPP)
+if(TARVEL_STATIC_PROGRAMS)
+  set(archive "${PROJECT_SOURCE_DIR}/build/static-libraries/lib/libjsoncpp.a")
+  if(NOT EXISTS "${archive}")
+    message(FATAL_ERROR "Fully static programs need jsoncpp as an archive: run script/static_libraries first.")
+  endif()
+  add_library(tarvel_jsoncpp_archive STATIC IMPORTED GLOBAL)
+  set_target_properties(tarvel_jsoncpp_archive PROPERTIES IMPORTED_LOCATION "${archive}"
+    INTERFACE_INCLUDE_DIRECTORIES "${JSONCPP_INCLUDE_DIRS}")
+  set(TARVEL_JSONCPP_FOR_ARCHIVE tarvel_jsoncpp_archive)
+endif()
+
 # tarvel_program(NAME SOURCES file... [LIBRARIES target...] [SHARED])
 #
 # One CGI program of the site, NAME.cgi. With TARVEL_STATIC_PROGRAMS it is fully static: library, platform, jsoncpp and
@@ -13,6 +26,6 @@ function(tarvel_program name)
     set_target_properties(${name}.cgi PROPERTIES POSITION_INDEPENDENT_CODE OFF)
     target_link_options(${name}.cgi PRIVATE -static -no-pie -Wl,--gc-sections)
   else()
-    target_link_libraries(${name}.cgi PRIVATE tarvel)
+    target_link_libraries(${name}.cgi PRIVATE tarvel kest)
   endif()
 endfunction()
