@@ -103,33 +103,40 @@ void KLIBErrSet(int code);
 
 /// Reads one value of a key/value file.
 ///
-/// A line is `key="value"` or `key=value`; white space around key, "=" and an unquoted value, and behind the closing
-/// quote, is not part of them. A quoted value begins behind the first quote and ends before the last one of the line,
-/// so it may hold quotes itself; nothing is escaped. Lines that begin with "#", lines without "=" and lines that hold a
-/// NUL byte are passed over. Lines end in LF or CR LF, the last one also at the end of the file, and may have any
-/// length. Keys are compared byte for byte; of several lines with one key the first counts.
-/// @param file  path of a regular file
+/// A line is `key="value"` or `key=value`; white space around the line, the key, "=" and the value is not part of them.
+/// A quoted value begins behind its first quote and ends before the last one of the line, so it may hold quotes itself;
+/// nothing is escaped, and what follows the last quote is ignored. Lines end in LF or CR LF, the last one also at the
+/// end of the file, and may have any length; a byte-order mark before the first one is passed over. Keys are compared
+/// byte for byte; of several lines with one key the first counts. Lines that say nothing are passed over, each for
+/// itself: empty ones, comments (first character "#"), those without "=" or without key, those whose quoted value never
+/// ends, those that hold a NUL byte.
+/// @param file  path of a regular file of at most 1 MiB (1048576 bytes)
 /// @param key   the key
 /// @param buf   receives the value, always NUL-terminated and cut to `size` - 1 bytes; "" when the result is 0 or -1
 /// @param size  bytes of `buf`, at least 1
 /// @param zero  reserved, 0
 /// @return bytes stored in `buf` without the NUL; 0 when the key is absent or its value is empty; -1 when the file
-///         cannot be read (missing, no permission, a directory, no regular file, above 1 MiB) or an argument is NULL,
-///         empty or out of range
+/// cannot
+///         be read (missing, no permission, a directory, no regular file, too large) or an argument is NULL, empty or
+///         out of range
 int KLIBFileGetKeyValue(const char* file, const char* key, char* buf, int size, int zero);
 
 /// Sets one value of a key/value file: the first line of the key is replaced where it stands, further lines of the same
 /// key are removed, an absent key is appended (behind a newline, when the last line lacks one); every other byte of the
-/// file stays as it is. A missing file is made with mode 0644, an existing one keeps mode and owner as far as the
-/// process may set them. The file is replaced in one step: a reader sees the old content or the new one, and after a
-/// failure (a full disk, for one) the old one. Writers in several processes take turns, so none loses another's key.
+/// file stays as it is. A missing file is made with mode 0644 less the umask, an existing one keeps mode and owner as
+/// far as the process may set them. The file is replaced in one step: a reader sees the old content or the new one, and
+/// after a failure (a full disk, for one) the old one. Writers in several processes take turns, so none loses another's
+/// key.
 /// @param file    path; its directory must exist and be writable
 /// @param key     not empty; without "=", "#", quotes, white space and control characters
 /// @param value   may be empty; without CR and LF
-/// @param format  one line with two "%s", the key first, then the value, and "\n" at its end; "%s=\"%s\"\n" is the form
-/// that
-///                gives every value back unchanged. "%%" stands for a percent sign, no other conversion is accepted
-/// @return 0 when written; negative when an argument is NULL or breaks a rule above, or the file cannot be written
+/// @param format  one line with two "%s", the key first, then the value, and "\n" at its end; "%%" stands for a percent
+///                sign, no other conversion is accepted. "%s=\"%s\"\n" is the form that gives every value back
+///                unchanged
+/// @return 0 when written; negative when an argument is NULL or breaks a rule above, the line would not be read back as
+/// the
+///         same key and value (a format without quotes and a value with a blank at its end, for one), the file is or
+///         would be too large to be read, or it cannot be written: it is then as before
 int KLIBFileSetKeyValue(const char* file, const char* key, const char* value, const char* format);
 
 /// Makes an empty map.
