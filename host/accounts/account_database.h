@@ -6,12 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "host/accounts/account_paths.h"
 #include "host/accounts/account_source.h"
 #include "host/accounts/database.h"
 
 namespace kest {
-
-constexpr char kAccountsPath[] = "/usr/kest/etc/accounts.db";
 
 // Every member of this group is an administrator.
 constexpr char kAdministrators[] = "administrators";

@@ -8,11 +8,10 @@
 #include <memory>
 #include <string>
 
+#include "host/accounts/account_paths.h"
 #include "host/accounts/database.h"
 
 namespace kest {
-
-constexpr char kFailuresPath[] = "/usr/kest/var/login_failures.db";
 
 // The third failure in a row makes a name wait 1 second, each further one twice as long, 60 seconds at most. An hour
 // without a failure forgets them. At most 4096 names are kept: those with the fewest failures leave first, so made-up
