@@ -1,13 +1,19 @@
 #ifndef KEST_HOST_CGI_STAGED_FILES_H_
 #define KEST_HOST_CGI_STAGED_FILES_H_
 
+#include <stdint.h>
+
+#include <deque>
 #include <string>
-#include <vector>
+#include <string_view>
+
+#include "host/klib/file_descriptor.h"
 
 namespace kest {
 
-// Files of an upload in the staging directory. Those still there when the object goes are removed; a program keeps a
-// file by renaming it away.
+// Files of an upload in the staging directory. A file gets its name only when the whole upload has arrived, so that
+// a program that is killed on the way leaves nothing. Named files still there when the object goes are removed; a
+// program keeps one by renaming it away.
 class StagedFiles {
  public:
   StagedFiles() = default;
@@ -15,21 +21,33 @@ class StagedFiles {
   StagedFiles& operator=(const StagedFiles&) = delete;
   ~StagedFiles() { RemoveAll(); }
 
-  // Makes a new file, mode 0600, under a name that nobody can foresee.
-  // @return its descriptor, or -1 with errno
-  int Create(const char* directory);
+  // Begins a new file, mode 0600, that will have a name that nobody can foresee.
+  // @return false with errno
+  bool Begin(const char* directory);
 
-  // Path of the file made last.
-  const std::string& LastPath() const { return paths_.back(); }
+  // Appends to the file begun last.
+  // @return false with errno: the disk is full, ...
+  bool Write(std::string_view bytes);
 
-  size_t Count() const { return paths_.size(); }
+  const std::string& LastPath() const { return files_.back().path; }
+  uint64_t LastSize() const { return files_.back().size_bytes; }
+  size_t Count() const { return files_.size(); }
 
-  // Removes the files behind the first `count`.
-  void RemoveFrom(size_t count);
-  void RemoveAll() { RemoveFrom(0); }
+  // Gives every file its name.
+  // @return false with errno when one of them cannot have it
+  bool Publish();
+
+  // Removes all files, named or not.
+  void RemoveAll();
 
  private:
-  std::vector<std::string> paths_;
+  struct File {
+    std::string path;
+    FileDescriptor content;
+    bool named = false;
+    uint64_t size_bytes = 0;
+  };
+  std::deque<File> files_;
 };
 
 }  // namespace kest

@@ -33,6 +33,8 @@ class TextPairs {
 
   size_t Count() const { return pairs_.size(); }
 
+  std::string_view NameAt(size_t index) const { return pairs_[index].name; }
+
   // Forgets all pairs behind the first `count`.
   void Truncate(size_t count) { pairs_.resize(count); }
 
