@@ -28,7 +28,7 @@ Position Ask(_tag_cgi_position position) {
   KestCgiLoadInCookies(&context);
   const bool open = KestCgiIsAuthorized(&context, user, sizeof(user), &check, position) > 0;
   KestCgiFree(&context);
-  return {open, check.seconds_left};
+  return {open, check.secondsLeft};
 }
 
 }  // namespace

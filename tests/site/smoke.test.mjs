@@ -20,7 +20,7 @@ test("The first page opens in a browser and needs nothing from elsewhere", () =>
     });
     const reply = await page.goto(`${url}/`);
     assert.equal(reply.status(), 200);
-    assert.notEqual(await page.title(), "");
+    await page.waitForFunction(() => document.title !== "");
     await page.waitForLoadState("networkidle");
     assert.deepEqual(elsewhere, []);
     await shot("first-page");
