@@ -7,6 +7,9 @@ const form = document.getElementById('upload');
 const status = document.getElementById('status');
 const received = document.getElementById('received');
 
+// The platform's own reasons of the header "x-request-refused" that tell more than the program's.
+const refusals = { body_too_large: 'upload:error_too_large', upload_storage: 'upload:error_no_room' };
+
 function showReceived({ name, size }) {
   setWords(document.getElementById('received-name'), name);
   setWords(document.getElementById('received-size'), size.toLocaleString(currentLanguage()));
@@ -24,7 +27,8 @@ form.addEventListener('submit', async (event) => {
     showReceived(reply.data);
     await showNotice('success', 'upload:done');
   } else if (reply.errno) {
-    await showNotice('error', `${reply.errno.section}:${reply.errno.key}`);
+    const refusal = refusals[reply.headers.get('x-request-refused')];
+    await showNotice('error', refusal ?? `${reply.errno.section}:${reply.errno.key}`);
   }
 });
 

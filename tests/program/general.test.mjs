@@ -1,0 +1,185 @@
+// general.cgi: the settings form, each kind of rule it uses, and what is stored.
+import assert from "node:assert/strict";
+import { readFileSync, writeFileSync } from "node:fs";
+import { before, test } from "node:test";
+import { keepSettings, login, makeAccounts, run, settings, settingsFile, writeSetting } from "./program.mjs";
+
+const kInvalid = "The field is not valid.";
+const values = {
+  description: "The one in the cellar",
+  language: "de",
+  timezone: "Europe/Berlin",
+  admin_port_http: "5000",
+  admin_port_https: "5001",
+  maintenance_date: "2027/03/14",
+  allowed_address: "192.168.1.0",
+  allowed_mask: "255.255.255.0",
+  notify: "on",
+  log_level: "2",
+};
+let cookie;
+
+before(() => {
+  makeAccounts();
+  cookie = login();
+});
+
+const apply = (changed, request = {}) => run("general", { form: { action: "apply", ...values, ...changed }, cookie, ...request });
+
+test("Load gives every field its current value, or its factory default", (t) => {
+  keepSettings(t);
+  writeFileSync(settingsFile, 'admin_port_http="8000"\n');
+  const { json, headers } = run("general", { query: { action: "load" }, cookie });
+  assert.equal(json.success, true);
+  assert.deepEqual(Object.keys(json.data), Object.keys(values).sort());
+  assert.equal(json.data.admin_port_http, "8000");
+  assert.equal(json.data.admin_port_https, "5001", "the factory default");
+  assert.equal(headers.get("content-type"), 'text/plain; charset="UTF-8"');
+  assert.equal(headers.get("cache-control"), "no-store");
+});
+
+test("What is saved is in the file, in the reply, and in the next load; other settings and comments stay", (t) => {
+  keepSettings(t);
+  writeFileSync(settingsFile, `# by hand\nmaxshares="20"\n${readFileSync(settingsFile, "utf8")}`);
+  assert.deepEqual(apply({}).json, { data: values, success: true });
+  const text = readFileSync(settingsFile, "utf8");
+  assert.ok(text.startsWith('# by hand\nmaxshares="20"\n'), text);
+  assert.deepEqual({ ...settings(), ...values }, settings());
+  assert.deepEqual(run("general", { query: { action: "load" }, cookie }).json.data, values);
+});
+
+// Field, value refused, and the message beside the field.
+const refusals = [
+  ["description", "a".repeat(65), "This text is too long."],
+  ["description", "\u00e4".repeat(33), "This text is too long."],
+  ["language", "fr", kInvalid],
+  ["language", "EN", kInvalid],
+  ["language", "", kInvalid],
+  ["timezone", "", kInvalid],
+  ["timezone", "Europe/Nowhere", "This time zone is not known."],
+  ["timezone", "../../../etc/passwd", "This time zone is not known."],
+  ["timezone", "Europe", "This time zone is not known."],
+  ["timezone", "x".repeat(100000), "This time zone is not known."],
+  ["admin_port_http", "0", kInvalid],
+  ["admin_port_http", "65536", kInvalid],
+  ["admin_port_http", "12a", kInvalid],
+  ["admin_port_http", "1.5", kInvalid],
+  ["admin_port_http", "", kInvalid],
+  ["admin_port_https", "-1", kInvalid],
+  ["admin_port_https", "5000", "This port is taken by HTTP already."],
+  ["maintenance_date", "2027-03-14", kInvalid],
+  ["maintenance_date", "2027/03/14 10:00", kInvalid],
+  ["maintenance_date", "", kInvalid],
+  ["allowed_address", "300.1.1.1", kInvalid],
+  ["allowed_address", "", kInvalid],
+  ["allowed_mask", "255.0.255.0", kInvalid],
+  ["allowed_mask", "0.0.0.0", kInvalid],
+  ["notify", "ON", kInvalid],
+  ["notify", "", kInvalid],
+  ["log_level", "4", kInvalid],
+  ["log_level", "", kInvalid],
+  ["description", "two\nlines", "This text holds characters that cannot be kept."],
+  ["description", "\u0007", "This text holds characters that cannot be kept."],
+];
+for (const [field, value, message] of refusals) {
+  test(`${field} does not take ${JSON.stringify(value.slice(0, 40))}, and nothing is saved`, () => {
+    const old = readFileSync(settingsFile, "utf8");
+    assert.deepEqual(apply({ [field]: value }).json, { errors: { [field]: message }, success: false });
+    assert.equal(readFileSync(settingsFile, "utf8"), old);
+  });
+}
+
+// At the edges of what is taken; each is stored as it was sent.
+const taken = [
+  ["description", ""],
+  ["description", "a".repeat(64)],
+  ["description", 'with "quotes", = and # \u00fcberall'],
+  ["timezone", "UTC"],
+  ["timezone", "America/Argentina/Buenos_Aires"],
+  ["admin_port_http", "1"],
+  ["admin_port_http", "65535"],
+  ["admin_port_http", " 80"],
+  ["allowed_address", "1.2.3"],
+  ["maintenance_date", "2012/03/04"],
+  ["log_level", "0"],
+  ["log_level", "+3"],
+  ["notify", "off"],
+];
+for (const [field, value] of taken) {
+  test(`${field} takes ${JSON.stringify(value)}`, (t) => {
+    keepSettings(t);
+    assert.deepEqual(apply({ [field]: value }).json, { data: { ...values, [field]: value }, success: true });
+  });
+}
+
+test("Every bad field has its message, also one that is missing", () => {
+  const form = { action: "apply", ...values, admin_port_http: "x", allowed_mask: "y" };
+  delete form.notify;
+  assert.deepEqual(run("general", { form, cookie }).json, {
+    errors: { admin_port_http: kInvalid, allowed_mask: kInvalid, notify: "The field is not present." },
+    success: false,
+  });
+});
+
+test("Localised messages are in the user's language", () => {
+  const german = { cookie: `${cookie}; lang=de` };
+  assert.deepEqual(apply({ description: "a".repeat(65) }, german).json.errors, { description: "Dieser Text ist zu lang." });
+  assert.deepEqual(apply({ admin_port_https: "5000" }, german).json.errors, {
+    admin_port_https: "Dieser Port ist schon durch HTTP belegt.",
+  });
+});
+
+test("A text that is no UTF-8 is refused beside its field", () => {
+  const form = new URLSearchParams({ action: "apply", ...values, description: "MARK" });
+  const { json } = run("general", { body: form.toString().replace("MARK", "%C3%28%F8"), cookie });
+  assert.deepEqual(json.errors, { description: "This text holds characters that cannot be kept." });
+});
+
+test("A link saves nothing", () => {
+  const old = readFileSync(settingsFile, "utf8");
+  const reply = run("general", { query: { action: "apply", ...values }, cookie });
+  assert.equal(reply.status, 405);
+  assert.deepEqual(reply.json, { errinfo: { key: "error_not_posted", sec: "error" }, success: false });
+  assert.equal(readFileSync(settingsFile, "utf8"), old);
+});
+
+test("An unknown action and none at all are answered", () => {
+  for (const request of [{ form: { action: "Load" } }, { form: {} }, { query: {} }, { json: { action: "load" } }]) {
+    const { json } = run("general", { ...request, cookie });
+    assert.deepEqual(json, { errinfo: { key: "error_unknown_action", sec: "error" }, success: false });
+  }
+});
+
+test("Saving what is stored already writes nothing", (t) => {
+  keepSettings(t);
+  apply({});
+  writeSetting("of_others", "1");
+  const old = readFileSync(settingsFile);
+  assert.equal(apply({}).json.success, true);
+  assert.deepEqual(readFileSync(settingsFile), old);
+});
+
+// A settings file may have 1 MiB: filled up to there it takes a shorter description, and then no longer time zone.
+function fillSettings(text) {
+  const kLargest = 1048576;
+  const padding = `#${"x".repeat(kLargest - Buffer.byteLength(text) - 2)}\n`;
+  writeFileSync(settingsFile, text + padding);
+  return text + padding;
+}
+const kShorterThenLonger = { description: "", timezone: "America/Argentina/Buenos_Aires" };
+
+test("When a later key cannot be written, the earlier ones get their old values back", (t) => {
+  keepSettings(t);
+  apply({ timezone: "UTC" });
+  const old = fillSettings(readFileSync(settingsFile, "utf8"));
+  assert.deepEqual(apply(kShorterThenLonger).json, { errinfo: { key: "error_save_failed", sec: "error" }, success: false });
+  assert.equal(readFileSync(settingsFile, "utf8"), old);
+});
+
+test("When they cannot be put back either, the reply says so", (t) => {
+  keepSettings(t);
+  apply({ timezone: "UTC" });
+  // A carriage return inside a value, left by hand: it is read, and cannot be written again.
+  fillSettings(readFileSync(settingsFile, "utf8").replace(/^description=.*$/m, 'description="a\rb"'));
+  assert.deepEqual(apply(kShorterThenLonger).json, { errinfo: { key: "error_saved_partly", sec: "error" }, success: false });
+});

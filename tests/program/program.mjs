@@ -1,0 +1,135 @@
+// One CGI program as a real process: the environment that a web server gives it, a body on standard input, and its reply
+// taken apart. The tests run inside the appliance tree (see run), so every path is the appliance's own.
+import assert from "node:assert/strict";
+import { spawnSync } from "node:child_process";
+import { closeSync, openSync, readFileSync, utimesSync, writeFileSync } from "node:fs";
+
+const kTimeout_ms = 20_000;
+const kBodyFile = "/tmp/request-body";
+const kClient = "192.0.2.7";
+
+export const settingsFile = "/etc/kestinfo.conf";
+export const passwords = { admin: "a right password", anna: "another one" };
+
+/// request: { method, query, form, json, body, type, cookie, env }; one of form, json and body, or none.
+/// Returns { status, headers, text, json }; json is undefined when the body is no JSON document.
+export function run(program, request = {}) {
+  const body = bodyOf(request);
+  const method = request.method ?? (body === undefined ? "GET" : "POST");
+  const env = {
+    GATEWAY_INTERFACE: "CGI/1.1",
+    REQUEST_METHOD: method,
+    SCRIPT_NAME: `/cgi/${program}.cgi`,
+    SERVER_PROTOCOL: "HTTP/1.1",
+    REMOTE_ADDR: kClient,
+    QUERY_STRING: new URLSearchParams(request.query ?? {}).toString(),
+    ...(body !== undefined && { CONTENT_LENGTH: String(Buffer.byteLength(body)), CONTENT_TYPE: typeOf(request) }),
+    ...(request.cookie && { HTTP_COOKIE: request.cookie }),
+    ...request.env,
+  };
+  const path = `/usr/kest/kestman/cgi/${program}.cgi`;
+  const ended = withBody(body ?? "", (input) => spawnSync(path, { env, stdio: [input, "pipe", "pipe"], timeout: kTimeout_ms }));
+  assert.equal(ended.error, undefined, `${program}: ${ended.error}`);
+  assert.deepEqual([ended.status, ended.signal], [0, null], `${program} ended with an error: ${ended.stderr}`);
+  assert.equal(ended.stderr.toString(), "", `${program} wrote to standard error`);
+  return parse(ended.stdout.toString("utf8"));
+}
+
+// From a file, because a program need not read a body that it refuses, and a pipe would break then.
+function withBody(body, start) {
+  writeFileSync(kBodyFile, body);
+  const input = openSync(kBodyFile, "r");
+  try {
+    return start(input);
+  } finally {
+    closeSync(input);
+  }
+}
+
+function bodyOf({ form, json, body }) {
+  if (form !== undefined) return new URLSearchParams(form).toString();
+  return json !== undefined ? JSON.stringify(json) : body;
+}
+
+function typeOf({ type, json }) {
+  return type ?? (json !== undefined ? "application/json" : "application/x-www-form-urlencoded");
+}
+
+// A reply has exactly one header block; a status line is optional.
+function parse(output) {
+  const end = /\r?\n\r?\n/.exec(output);
+  assert.ok(end, `no header block in the reply: ${JSON.stringify(output)}`);
+  const headers = new Headers();
+  for (const line of output.slice(0, end.index).split(/\r?\n/)) {
+    const [, name, value] = /^([^:\s]+): ?(.*)$/.exec(line) ?? assert.fail(`no header: ${line}`);
+    headers.append(name, value);
+  }
+  const text = output.slice(end.index + end[0].length);
+  const status = Number.parseInt(headers.get("status") ?? "200", 10);
+  return { status, headers, text, json: parseJson(text) };
+}
+
+function parseJson(text) {
+  try {
+    return JSON.parse(text);
+  } catch {
+    return undefined;
+  }
+}
+
+/// The platform's own tool for accounts.
+export function account(...command) {
+  const input = command[0] === "add" || command[0] === "passwd" ? `${command.pop()}\n` : "";
+  const ended = spawnSync("/usr/kest/bin/kestaccount", command, { input });
+  assert.equal(ended.status, 0, `kestaccount ${command.join(" ")}: ${ended.stderr}`);
+}
+
+export function makeAccounts() {
+  account("add", "admin", "admin", passwords.admin);
+  account("add", "anna", passwords.anna);
+}
+
+/// Logs in and returns the session's cookie.
+export function login(user = "admin") {
+  const reply = run("login", { form: { user, passwd: passwords[user] } });
+  const cookie = /id=[0-9a-f]{32}/.exec(reply.headers.get("set-cookie") ?? "");
+  assert.ok(cookie, `${user} could not log in: ${reply.text}`);
+  return cookie[0];
+}
+
+export const sessionFile = (cookie) => `/usr/kest/var/session/${cookie.slice("id=".length)}`;
+
+/// Lets an hour without activity pass: a session's file is as old as its last activity.
+export function expire(cookie) {
+  const anHourAgo = Date.now() / 1000 - 3600;
+  utimesSync(sessionFile(cookie), anHourAgo, anHourAgo);
+}
+
+export function settings() {
+  return Object.fromEntries([...readFileSync(settingsFile, "utf8").matchAll(/^(\w+)="(.*)"$/gm)].map(([, key, value]) => [key, value]));
+}
+
+/// Changes a setting behind the programs' back.
+export function writeSetting(key, value) {
+  const others = readFileSync(settingsFile, "utf8").replace(new RegExp(`^${key}=.*\n`, "gm"), "");
+  writeFileSync(settingsFile, `${others}${key}="${value}"\n`);
+}
+
+/// Puts the settings back to `text` when the test ends.
+export function keepSettings(test) {
+  const before = readFileSync(settingsFile);
+  test.after(() => writeFileSync(settingsFile, before));
+  return before;
+}
+
+export function assertRefused(reply, section, key, status = 200) {
+  assert.deepEqual(reply.json, { errno: { key, section }, items: [], success: false, total: 0 });
+  assert.equal(reply.status, status);
+  assert.equal(reply.headers.get("cache-control"), "no-store");
+}
+
+/// The library's refusal of a session.
+export function assertSessionRefused(reply, reason, section, key) {
+  assert.equal(reply.headers.get("x-request-error"), reason);
+  assert.deepEqual(reply.json, { errno: { key, section }, items: [], success: false, total: 0 });
+}
