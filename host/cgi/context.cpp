@@ -11,11 +11,9 @@ namespace {
 constexpr size_t kOutputBytes = 64 * 1024;
 char g_output[kOutputBytes];
 
+// Only before the first output: from then on the stream has a buffer, and keeps it.
 void BufferOutputWhole() {
-  static bool done = false;
-  // Only before the first output: from then on the stream has a buffer, and keeps it.
-  if (!done && __fbufsize(stdout) == 0) setvbuf(stdout, g_output, _IOFBF, sizeof(g_output));
-  done = true;
+  if (__fbufsize(stdout) == 0) setvbuf(stdout, g_output, _IOFBF, sizeof(g_output));
 }
 
 }  // namespace
