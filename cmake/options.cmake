@@ -4,3 +4,4 @@ option(TARVEL_COVERAGE "Count lines and branches; the target 'coverage' reports 
 set(TARVEL_TESTS "platform;unit;host;contract;program" CACHE STRING "Kinds of tests to build: the folders of tests/; fuzz needs clang")
 set(TARVEL_SANITIZERS "" CACHE STRING "Value for -fsanitize=, empty: none")
 set(TARVEL_PRESET "none" CACHE STRING "Name of the preset, put before each test's name")
+set(TARVEL_CONTRACT_PLATFORM "" CACHE STRING "Libraries of another platform for the contract tests, empty: libkest")
