@@ -1,24 +1,23 @@
 #include "host/cgi/form_decode.h"
 
+#include <microhttpd.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "host/cgi/context.h"
-#include "host/cgi/form_module.h"
 #include "host/cgi/refusal.h"
 #include "host/cgi/request_body.h"
 
 namespace kest {
 namespace {
 
-// Unescapes a piece in place where it needs it.
-// @return false when it holds a NUL, or the decoder is missing
+// Unescapes a piece in place: "+" is a blank, %XX a byte, once only; what is no such escape stays as it is.
+// @return false when it holds a NUL
 bool Unescape(char* piece) {
-  if (strpbrk(piece, "%+") == nullptr) return true;
-  const KestFormModule* const form = KEST_MODULE(KestFormModule, "form", KestFormModuleTable);
-  if (form == nullptr) return false;
-  const char* const end = form->unescape(piece);
-  if (end == piece + strlen(piece)) return true;
+  for (char* plus = strchr(piece, '+'); plus != nullptr; plus = strchr(plus, '+')) *plus = ' ';
+  if (strchr(piece, '%') == nullptr) return true;
+  const size_t bytes = MHD_http_unescape(piece);
+  if (bytes == strlen(piece)) return true;
   Refuse(RefusalReason::kNulByte);
   return false;
 }

@@ -4,6 +4,8 @@
 #include <stdio.h>
 #include <syslog.h>
 
+#ifndef KEST_STATIC
+
 namespace kest {
 
 const void* LoadModuleTable(const char* name, const char* function) {
@@ -21,3 +23,5 @@ const void* LoadModuleTable(const char* name, const char* function) {
 }
 
 }  // namespace kest
+
+#endif  // KEST_STATIC
