@@ -91,7 +91,7 @@ TEST(CgiHeader, WhatIsStillQueuedAtTheEndIsDropped) {
 }
 
 TEST(CgiHeader, HeadersAndBodyLeaveInOneWrite) {
-  EXPECT_EQ("1 of 20042 bytes", CgiRequest::Get("").Run([] {
+  EXPECT_EQ("1 of 20043 bytes", CgiRequest::Get("").Run([] {
     // A socket that keeps messages apart gives one message per write.
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, ends) != 0) abort();
