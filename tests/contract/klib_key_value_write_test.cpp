@@ -144,7 +144,8 @@ TEST_F(KlibKeyValueWriteTest, EveryValueComesBackUnchanged) {
   for (int round = 0; round < 300; ++round) {
     std::string value;
     for (size_t length = random() % 12; length > 0; --length) {
-      const char c = static_cast<char>(random() % 3 ? "\"\\%s=# \t'\x7f\xFF\x01"[random() % 12] : 1 + random() % 255);
+      const char odd = "\"\\%s=# \t'\x7f\xFF\x01"[random() % 12];
+      const char c = random() % 3 != 0 ? odd : static_cast<char>(1 + random() % 255);
       value += c == '\r' || c == '\n' ? 'x' : c;
     }
     ASSERT_EQ(0, Set("k", value.c_str())) << value;
