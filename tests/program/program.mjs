@@ -99,10 +99,10 @@ export function login(user = "admin") {
 
 export const sessionFile = (cookie) => `/usr/kest/var/session/${cookie.slice("id=".length)}`;
 
-/// Lets an hour without activity pass: a session's file is as old as its last activity.
-export function expire(cookie) {
-  const anHourAgo = Date.now() / 1000 - 3600;
-  utimesSync(sessionFile(cookie), anHourAgo, anHourAgo);
+/// Lets minutes without activity pass: a session's file is as old as its last activity.
+export function idle(cookie, minutes) {
+  const then = Date.now() / 1000 - minutes * 60;
+  utimesSync(sessionFile(cookie), then, then);
 }
 
 export function settings() {

@@ -1,8 +1,8 @@
 // login.cgi, logout.cgi, whoami.cgi: into a session, what it is worth, out of it, and everything that ends it.
 import assert from "node:assert/strict";
-import { existsSync, readdirSync } from "node:fs";
+import { existsSync, readdirSync, statSync } from "node:fs";
 import { before, test } from "node:test";
-import { account, assertRefused, assertSessionRefused, expire, keepSettings, login, makeAccounts, passwords, run, sessionFile, writeSetting } from "./program.mjs";
+import { account, assertRefused, assertSessionRefused, idle, keepSettings, login, makeAccounts, passwords, run, sessionFile, writeSetting } from "./program.mjs";
 
 const sessions = () => readdirSync("/usr/kest/var/session").length;
 
@@ -80,8 +80,19 @@ test("Without a session, or with one that nobody opened, everything is refused a
 
 test("An idle session is refused as timed out", () => {
   const cookie = login();
-  expire(cookie);
+  idle(cookie, 60);
   assertSessionRefused(run("general", { query: { action: "load" }, cookie }), "timeout", "login", "error_timeout");
+});
+
+test("Who am I does not keep an idle session alive; opening a form does", () => {
+  const cookie = login();
+  const lastActivity = () => Date.now() / 1000 - statSync(sessionFile(cookie)).mtimeMs / 1000;
+  idle(cookie, 10);
+  const { seconds_left } = run("whoami", { cookie }).json.data;
+  assert.ok(seconds_left > 200 && seconds_left <= 300, `${seconds_left} s left`);
+  assert.ok(lastActivity() > 500);
+  run("general", { query: { action: "load" }, cookie });
+  assert.ok(lastActivity() < 100);
 });
 
 test("A session from another address was interrupted", () => {
