@@ -39,4 +39,5 @@ export const postUpload = (program, formData) => call(`${program}.cgi`, body(for
 export const postJson = (program, value) => call(`${program}.cgi`, {
   ...body(JSON.stringify(value)),
   headers: { 'content-type': 'application/json' },
+  keepalive: true,
 });

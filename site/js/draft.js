@@ -10,26 +10,35 @@ export class Draft {
   #status;
   #timer = 0;
   #offered = false;
+  #keeping = Promise.resolve();
 
   constructor(form, status) {
     this.#form = form;
     this.#status = status;
     form.addEventListener('input', () => this.#later());
+    addEventListener('pagehide', () => this.#timer && this.keep());
   }
 
   #send(action, more = {}) {
     return postJson('draft', { action, form: this.#form.id, ...more });
   }
 
-  // Typing goes on: the draft is kept when it pauses. An offered draft stays until the user has decided about it.
-  #later() {
+  #wait(milliseconds) {
     clearTimeout(this.#timer);
-    setWords(this.#status, '');
-    if (!this.#offered) this.#timer = setTimeout(() => this.keep(), kQuietMilliseconds);
+    this.#timer = milliseconds && setTimeout(() => this.keep(), milliseconds);
   }
 
+  // Typing goes on: the draft is kept when it pauses. An offered draft stays until the user has decided about it.
+  #later() {
+    setWords(this.#status, '');
+    if (!this.#offered) this.#wait(kQuietMilliseconds);
+  }
+
+  // Also on the way out: the request outlives its page.
   async keep() {
-    const reply = await this.#send('save', { values: readForm(this.#form) });
+    this.#wait(0);
+    this.#keeping = this.#send('save', { values: readForm(this.#form) });
+    const reply = await this.#keeping;
     if (reply.success) await setText(this.#status, 'general:draft_kept');
   }
 
@@ -45,10 +54,11 @@ export class Draft {
     this.#offered = false;
   }
 
-  // Nothing typed so far is kept any more, not even what waits for its pause.
+  // Nothing typed so far is kept any more, neither what waits for its pause nor what is on its way.
   async remove() {
-    clearTimeout(this.#timer);
+    this.#wait(0);
     this.#offered = false;
+    await this.#keeping;
     await this.#send('remove');
   }
 }

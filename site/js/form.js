@@ -41,11 +41,12 @@ export function clearErrors(form) {
   }
 }
 
-function showError(field, message) {
+async function showError(field, message) {
   const place = document.getElementById(`${field.id}-error`);
+  if (message in fixedMessages) await setText(place, fixedMessages[message]);
+  else setWords(place, message);
   field.setAttribute('aria-invalid', 'true');
   place.hidden = false;
-  return message in fixedMessages ? setText(place, fixedMessages[message]) : setWords(place, message);
 }
 
 // errors: {field: message} as the program sent it. The first bad field of the page gets the focus.

@@ -25,7 +25,7 @@ async function save() {
   }
 }
 
-function offer({ saved, values }) {
+async function offer({ saved, values }) {
   const decide = (answer) => async () => {
     at('draft').hidden = true;
     draft.decided();
@@ -34,8 +34,8 @@ function offer({ saved, values }) {
   };
   at('draft-restore').onclick = decide(() => fillForm(form, values));
   at('draft-discard').onclick = decide(() => draft.remove());
+  await setText(at('draft-words'), 'general:draft_found', { time: saved });
   at('draft').hidden = false;
-  return setText(at('draft-words'), 'general:draft_found', { time: saved });
 }
 
 form.addEventListener('submit', async (event) => {

@@ -23,3 +23,4 @@ form.addEventListener('submit', async (event) => {
 
 if (reasonText()) showNotice('info', reasonText());
 await openPage();
+form.user.focus();

@@ -3,12 +3,13 @@ import { setText } from './texts.js';
 
 const line = () => document.getElementById('notice');
 
-// kind: "error", "success" or "info"; name: "section:key"
+// kind: "error", "success" or "info"; name: "section:key". Seen once its words are there.
 export async function showNotice(kind, name, values) {
   const element = line();
+  element.hidden = true;
+  await setText(element, name, values);
   element.className = kind;
   element.hidden = false;
-  await setText(element, name, values);
   element.scrollIntoView({ block: 'nearest' });
 }
 

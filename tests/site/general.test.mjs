@@ -1,0 +1,155 @@
+// The settings form on its own: every kind of rule, the draft, small screens, dark screens.
+import assert from "node:assert/strict";
+import { test } from "node:test";
+import { withSite } from "./harness.mjs";
+import { errorBeside, focused, openForm, saved, settingsOf } from "./person.mjs";
+
+const kWrong = "This value is not accepted.";
+
+async function openGeneral({ page, url, login }) {
+  await login();
+  await page.goto(`${url}/general.html`);
+  await openForm(page);
+}
+
+const save = (page, outcome) => Promise.all([page.waitForSelector(`#notice.${outcome}`), page.click("#save")]);
+
+// A choice that the page does not offer, as a page of another version might send it.
+const forge = (id, value) => (page) =>
+  page.evaluate(([name, text]) => {
+    const field = document.getElementById(name);
+    if (field.type === "checkbox") {
+      field.dataset.on = field.dataset.off = text;
+    } else {
+      field.append(new Option(text, text));
+      field.value = text;
+    }
+  }, [id, value]);
+const type = (id, value) => (page) => page.fill(`#${id}`, value);
+
+const rules = [
+  ["a text with a limit", "description", type("description", "x".repeat(65)), "This text is too long."],
+  ["a text that must not be empty", "timezone", type("timezone", ""), kWrong],
+  ["a name that must be known", "timezone", type("timezone", "Mars/Olympus"), "This time zone is not known."],
+  ["a number", "admin_port_http", type("admin_port_http", "0"), kWrong],
+  ["two numbers that must differ", "admin_port_https", type("admin_port_https", "5000"), "This port is taken by HTTP already."],
+  ["a date", "maintenance_date", type("maintenance_date", "14.03.2027"), kWrong],
+  ["an address", "allowed_address", type("allowed_address", "192.168.1.256"), kWrong],
+  ["a mask", "allowed_mask", type("allowed_mask", "255.0.255.0"), kWrong],
+  ["a number of a list", "log_level", forge("log_level", "9"), kWrong],
+  ["a text of a list", "language", forge("language", "fr"), kWrong],
+  ["a switch", "notify", forge("notify", "perhaps"), kWrong],
+];
+
+test("Each kind of rule shows its message beside its field, and there only", () =>
+  withSite("general-rules", async (site) => {
+    const { page, shot, state } = site;
+    await openGeneral(site);
+    const before = await settingsOf(state);
+    for (const [what, id, spoil, message] of rules) {
+      await page.goto(`${site.url}/general.html`);
+      await openForm(page);
+      await spoil(page);
+      await save(page, "error");
+      assert.equal(await errorBeside(page, id), message, what);
+      assert.equal(await page.locator("[aria-invalid]").count(), 1, what);
+      assert.equal(await focused(page), id, what);
+      assert.deepEqual(await settingsOf(state), before, what);
+    }
+    await shot("last");
+  }));
+
+test("All bad fields are marked at once, and mended one by one", () =>
+  withSite("general-all", async (site) => {
+    const { page, shot } = site;
+    await openGeneral(site);
+    for (const id of ["timezone", "admin_port_http", "maintenance_date", "allowed_address"]) await page.fill(`#${id}`, "?");
+    await page.locator("#timezone").fill("");
+    await save(page, "error");
+    assert.equal(await page.locator("[aria-invalid]").count(), 4);
+    assert.match(await page.textContent("#notice"), /4 fields/);
+    await shot("marked");
+    await page.fill("#timezone", "Europe/Berlin");
+    await page.fill("#admin_port_http", "5080");
+    await page.fill("#maintenance_date", "2027/03/14");
+    await page.fill("#allowed_address", "10.0.0.0");
+    await page.check("#notify");
+    await page.selectOption("#log_level", "3");
+    await save(page, "success");
+    assert.equal(await page.locator("[aria-invalid]").count(), 0);
+    const stored = await settingsOf(site.state);
+    assert.deepEqual([stored.timezone, stored.notify, stored.log_level], ["Europe/Berlin", "on", "3"]);
+  }));
+
+test("What was typed and not saved is offered again, and taken or left", () =>
+  withSite("general-draft", async (site) => {
+    const { page, shot } = site;
+    const kept = () => page.waitForFunction(() => /draft/.test(document.getElementById("status").textContent));
+    await openGeneral(site);
+    assert.equal(await page.isVisible("#draft"), false);
+    await page.fill("#description", "half a sen");
+    await kept();
+    await shot("kept");
+
+    await page.reload();
+    await page.waitForSelector("#draft:not([hidden])");
+    assert.notEqual(await page.inputValue("#description"), "half a sen", "the form shows what is stored");
+    await shot("offered");
+    await page.click("#draft-restore");
+    assert.equal(await page.inputValue("#description"), "half a sen");
+    assert.equal(await page.isVisible("#draft"), false);
+    assert.equal(await focused(page), "description");
+
+    await page.fill("#description", "half a sentence");
+    await page.reload();
+    await page.click("#draft-discard");
+    await page.waitForSelector("#draft", { state: "hidden" });
+    await page.reload();
+    await openForm(page);
+    await page.waitForLoadState("networkidle");
+    assert.equal(await page.isVisible("#draft"), false, "a discarded draft is gone");
+
+    await page.fill("#description", "a sentence");
+    await page.click("#save");
+    await saved(page);
+    await page.reload();
+    await openForm(page);
+    await page.waitForLoadState("networkidle");
+    assert.equal(await page.isVisible("#draft"), false, "what was saved is no draft");
+    assert.equal(await page.inputValue("#description"), "a sentence");
+  }));
+
+for (const [name, context] of Object.entries({
+  phone: { viewport: { width: 360, height: 740 }, hasTouch: true, isMobile: true, deviceScaleFactor: 2 },
+  "phone-german-dark": { viewport: { width: 360, height: 740 }, isMobile: true, locale: "de-DE", colorScheme: "dark" },
+  "desk-dark": { viewport: { width: 1280, height: 800 }, colorScheme: "dark" },
+})) {
+  test(`Every page fits its screen: ${name}`, () =>
+    withSite(
+      `fits-${name}`,
+      async (site) => {
+        const { page, url, login, shot } = site;
+        const assertFits = async (what) => {
+          const { content, screen } = await page.evaluate(() => ({ content: document.documentElement.scrollWidth, screen: innerWidth }));
+          assert.ok(content <= screen, `${what} is ${content} wide on a screen of ${screen}`);
+          await shot(what);
+        };
+        await page.goto(`${url}/login.html?reason=relogin`);
+        await page.waitForSelector("#notice.info");
+        await assertFits("login");
+        await login();
+        for (const path of ["index", "upload"]) {
+          await page.goto(`${url}/${path}.html`);
+          await page.waitForLoadState("networkidle");
+          await assertFits(path);
+        }
+        await page.goto(`${url}/general.html`);
+        await openForm(page);
+        await page.fill("#admin_port_http", "x");
+        await page.fill("#allowed_mask", "x");
+        await save(page, "error");
+        await assertFits("general");
+      },
+      { context },
+    ));
+}

@@ -1,0 +1,56 @@
+// What a person in front of a page does and sees.
+import assert from "node:assert/strict";
+import { readFile } from "node:fs/promises";
+
+const kMostTabs = 60;
+
+export const focused = (page) => page.evaluate(() => document.activeElement.id);
+
+/// Presses Tab until the element has the focus, which must be seen.
+export async function tabTo(page, selector) {
+  for (let count = 0; count < kMostTabs; ++count) {
+    if (await page.evaluate((wanted) => document.activeElement.matches(wanted), selector)) return assertFocusIsSeen(page);
+    await page.keyboard.press("Tab");
+  }
+  assert.fail(`${selector} is not reached with the keyboard`);
+}
+
+async function assertFocusIsSeen(page) {
+  const outline = await page.evaluate(() => {
+    const marked = document.activeElement.closest(".tile") ?? document.activeElement;
+    const { outlineStyle, outlineWidth } = getComputedStyle(marked);
+    return outlineStyle === "none" ? 0 : Number.parseFloat(outlineWidth);
+  });
+  assert.ok(outline >= 2, "the focus is not seen");
+}
+
+/// Reaches the field by keyboard and replaces its value.
+export async function typeInto(page, id, value) {
+  await tabTo(page, `#${id}`);
+  await page.keyboard.press("Control+A");
+  await page.keyboard.press("Delete");
+  await page.keyboard.type(value);
+}
+
+/// Waits until the settings are in the form.
+export const openForm = (page) => page.waitForFunction(() => document.getElementById("admin_port_http")?.value);
+
+export const saved = (page) => page.waitForSelector("#notice.success");
+
+/// The message beside a field, or null. A field with a message is marked as invalid and described by it.
+export async function errorBeside(page, id) {
+  return page.evaluate((name) => {
+    const field = document.getElementById(name);
+    const message = document.getElementById(`${name}-error`);
+    const described = field.getAttribute("aria-describedby").split(" ").includes(message.id);
+    const marked = field.getAttribute("aria-invalid") === "true";
+    if (marked === message.hidden || !described) throw new Error(`${name} and its message disagree`);
+    if (field.closest(".field") !== message.closest(".field")) throw new Error(`${name}: the message is elsewhere`);
+    return message.hidden ? null : message.textContent;
+  }, id);
+}
+
+export async function settingsOf(state) {
+  const text = await readFile(`${state}/etc/kestinfo.conf`, "utf8");
+  return Object.fromEntries([...text.matchAll(/^(\w+)="(.*)"$/gm)].map(([, key, value]) => [key, value]));
+}
