@@ -128,7 +128,7 @@ int KLIBFileGetKeyValue(const char* file, const char* key, char* buf, int size, 
 /// after a failure (a full disk, for one) the old one. Writers in several processes take turns, so none loses another's
 /// key.
 /// @param file    path; its directory must exist and be writable
-/// @param key     not empty; without "=", "#", quotes, white space and control characters
+/// @param key     not empty; without "=", "#", quotes, white space, control characters and a byte-order mark in front
 /// @param value   may be empty; without CR and LF
 /// @param format  one line with two "%s", the key first, then the value, and "\n" at its end; "%%" stands for a percent
 ///                sign, no other conversion is accepted. "%s=\"%s\"\n" is the form that gives every value back

@@ -61,7 +61,7 @@ constexpr std::string_view kKeyValueFormat = "%s=\"%s\"\n";
 /// Sets one key and keeps every other line as it is, comments included; all lines with that key but the first are
 /// dropped. Written as FileReplace does; nothing is written when the file already says the same.
 ///
-/// @param key     not empty, without "=", "#", quotes, white space and control characters
+/// @param key     not empty, without "=", "#", quotes, white space, control characters and a byte-order mark in front
 /// @param value   without CR, LF and NUL
 /// @param format  line to write: the first %s is the key, the second one the value; no other conversion but %%, exactly
 ///                one LF, at the end

@@ -15,7 +15,8 @@ bool IsSettableKey(std::string_view key) {
     const bool control_or_blank = static_cast<unsigned char>(c) <= ' ' || c == '\x7f';
     if (control_or_blank || c == '=' || c == '#' || c == '"' || c == '\'') return false;
   }
-  return !key.empty();
+  // In the first line it would be taken for the file's own.
+  return !key.empty() && WithoutByteOrderMark(key) == key;
 }
 
 // Puts the two texts into the places of the two %s; false for any other conversion.

@@ -147,7 +147,9 @@ TEST(SetKeyValueTest, AValueCannotSmuggleALineIn) {
 }
 
 TEST(SetKeyValueTest, KeysThatCouldNotBeReadBackAreRefused) {
-  for (const char* key : {"", " ", "a b", "a=b", "#a", "a\n", "\"a", "a\t", "a\x7f", "\x01"}) {
+  for (const char* key : {"", " ", "a b", "a=b", "#a", "a\n", "\"a", "a\t", "a\x7f", "\x01",
+                          "\xEF\xBB\xBF"
+                          "a"}) {
     EXPECT_EQ("-", After("a=1\n", key, "1")) << key;
   }
 }
