@@ -14,7 +14,7 @@ bool IsToken(std::string_view text) {
   if (text.empty()) return false;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x80 || (!isalnum(byte) && strchr("!#$%&'*+-.^_`|~", c) == nullptr)) return false;
+    if (byte == 0 || byte >= 0x80 || (!isalnum(byte) && strchr("!#$%&'*+-.^_`|~", c) == nullptr)) return false;
   }
   return true;
 }
