@@ -143,10 +143,10 @@ test("A file is sent and told", () =>
     await page.click("button.primary");
     await page.waitForSelector("#notice.error");
     assert.equal(await page.textContent("#notice"), "Please choose a file first.");
-    await page.setInputFiles("#file", { name: "<b>bold</b> & \u00fcber.txt", mimeType: "text/plain", buffer: Buffer.alloc(123456) });
+    await page.setInputFiles("#file", { name: "<b>bold & \u00fcber.txt", mimeType: "text/plain", buffer: Buffer.alloc(123456) });
     await page.click("button.primary");
     await page.waitForSelector("#notice.success");
-    assert.match(await page.textContent("#received-name"), /\u00fcber\.txt$/);
+    assert.equal(await page.textContent("#received-name"), "<b>bold & \u00fcber.txt");
     assert.equal(await page.textContent("#received-size"), "123,456");
     assert.equal(await page.locator("#received b").count(), 0, "a name is a text, whatever it holds");
     await shot("received");

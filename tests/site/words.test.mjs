@@ -1,0 +1,81 @@
+// The words of the pages and programs against the string tables: none is missing, none says two things, none is unused.
+import assert from "node:assert/strict";
+import { readdirSync, readFileSync } from "node:fs";
+import path from "node:path";
+import { test } from "node:test";
+import { projectDir } from "./server.mjs";
+
+const kNames = /\b(common|login|error|home|general|upload):([a-z][a-z0-9_]*)/g;
+
+const read = (file) => readFileSync(path.join(projectDir, file), "utf8");
+const filesIn = (folder, ending) => readdirSync(path.join(projectDir, folder)).filter((name) => name.endsWith(ending)).map((name) => `${folder}/${name}`);
+
+// "section:key" -> text; a key that comes twice fails.
+function table(language) {
+  const texts = new Map();
+  let section = "";
+  for (const line of read(`site/texts/tarvel/${language}.ini`).split("\n")) {
+    const heading = /^\[(\w+)\]$/.exec(line);
+    const entry = /^(\w+)="(.*)"$/.exec(line);
+    if (heading) section = heading[1];
+    else if (entry) {
+      const name = `${section}:${entry[1]}`;
+      assert.ok(!texts.has(name), `${language}: ${name} comes twice`);
+      texts.set(name, entry[2]);
+    } else assert.match(line, /^(;.*)?$/, `${language}: no line of a table: ${line}`);
+  }
+  return texts;
+}
+
+const english = table("en");
+const german = table("de");
+const pages = filesIn("site", ".html");
+const scripts = filesIn("site/js", ".js");
+const programs = filesIn("cgi", ".cpp").concat(filesIn("cgi", ".h"));
+
+// The programs name section and key apart: Refuse(request, "error", "error_x"), or a key of "error" or "login" alone.
+function namesInPrograms() {
+  const names = new Set(["login:error_timeout", "login:error_interrupt", "login:error_noprivilege", "common:error_system", "error:error_field_too_long"]);
+  for (const file of programs) {
+    const text = read(file);
+    for (const [, section, key] of text.matchAll(/"(common|error|upload|login)", "(error_\w+)"/g)) names.add(`${section}:${key}`);
+    const alone = file === "cgi/login.cpp" ? "login" : "error";
+    for (const [, key] of text.matchAll(/(?<!"(?:common|error|upload|login)", )"(error_\w+)"/g)) names.add(`${alone}:${key}`);
+  }
+  return names;
+}
+
+const namesInPages = () => new Set([...pages, ...scripts].flatMap((file) => [...read(file).matchAll(kNames)].map(([name]) => name)));
+
+test("Both languages have the same texts, with the same places for values", () => {
+  assert.deepEqual([...german.keys()], [...english.keys()]);
+  for (const [name, text] of english) {
+    assert.notEqual(text, "", name);
+    assert.equal(german.get(name).includes("{value}"), text.includes("{value}"), name);
+  }
+});
+
+test("Every text that a page or a program names exists, and every text is named", () => {
+  const named = new Set([...namesInPages(), ...namesInPrograms()]);
+  assert.deepEqual([...named].filter((name) => !english.has(name)).sort(), []);
+  assert.deepEqual([...english.keys()].filter((name) => !named.has(name)), []);
+});
+
+test("The English words in the pages are those of the table", () => {
+  let count = 0;
+  for (const page of pages) {
+    for (const [, name, words] of read(page).matchAll(/data-text="([\w:]+)"[^>]*>([^<]*)</g)) {
+      assert.equal(words.trim(), english.get(name), `${page}: ${name}`);
+      count += 1;
+    }
+  }
+  assert.ok(count > 40, `only ${count} words were compared`);
+});
+
+test("No page holds a style or a script of its own, or anything from elsewhere", () => {
+  for (const page of pages) {
+    const text = read(page);
+    assert.doesNotMatch(text, /<style|style=|\son[a-z]+=|<script(?![^>]*\bsrc=)/i, page);
+    for (const [, address] of text.matchAll(/(?:src|href)="([^"]*)"/g)) assert.match(address, /^[/#](?!\/)/, `${page}: ${address}`);
+  }
+});
