@@ -61,26 +61,29 @@ int KestCgiInit(const char* textRoot, KESTCGI* ctx);
 /// @param ctx  the context; NULL is accepted
 void KestCgiFree(KESTCGI* ctx);
 
-/// Reads the request's cookies (HTTP_COOKIE) into the context, replacing those read before. A second call after a login
-/// also knows the cookies queued by the process itself since then.
+/// Reads the request's cookies (HTTP_COOKIE) into the context, replacing those read before. Those that the process
+/// itself has queued since (after a login, for one) stand in front of them; one whose removal is queued is unknown.
 /// @param ctx  the context
 /// @return number of cookies known, 0 or more; negative when `ctx` is unusable or memory ran out
 int KestCgiLoadInCookies(KESTCGI* ctx);
 
-/// The request's parameters as one undecoded line: for GET and HEAD the query string, for POST and PUT the body by
-/// CONTENT_LENGTH. The body is read once; a second call gives the same text again. Not for uploads.
-/// @return the line, to be released with free(); NULL when there is none (another method, no body, an upload), or when
-/// the
-///         request was refused or memory ran out
+/// The request's parameters as one undecoded line: for GET and HEAD the query string, for a request with a body (POST,
+/// PUT) the body by CONTENT_LENGTH. The body is read once; a second call gives the same text again. Not for uploads.
+/// @return the line, to be released with free(); NULL when there is none (another method, no query string, an upload),
+/// when
+///         the request is refused (its length missing, broken or too large, a NUL byte in it, a body that ends early),
+///         or when memory ran out
 char* KestCgiGetParamLine(void);
 
-/// Decodes a line of urlencoded parameters ("name=value&...", "+" a blank, %XX a byte, once only) into the context,
-/// behind those already there.
+/// Decodes a line of urlencoded parameters ("name=value&...", "+" a blank, %XX a byte, once only; what is no escape
+/// stays as it is) into the context, behind those already there. A piece without "=" is a name with an empty value, one
+/// without name is passed over. When the request has a body, the parameters of its URL follow behind, once: the body
+/// wins.
 /// @param ctx   the context
 /// @param line  the line; copied, so it may be freed at once; not changed
-/// @return number of parameters added; negative when an argument is NULL, the line exceeds a limit or holds a NUL byte
-/// in a
-///         name or value (the request then is refused), or memory ran out
+/// @return number of parameters added; negative when an argument is NULL or memory ran out, or when a name is too long,
+/// there
+///         are too many parameters or a name or value holds a NUL byte: the request is refused and none is added then
 int KestCgiParseCGIParam(KESTCGI* ctx, char* line);
 
 /// A decoded parameter of the request.
@@ -158,16 +161,17 @@ int KestCgiGetSessPath(KESTCGI* ctx, char* buf, int size);
 /// @return 1 for an upload, else 0
 int KestCgiIsUploadRequest(void);
 
-/// Receives an upload: files are spooled to a staging directory, ordinary fields become parameters. A file field NAME
-/// gives the parameters NAME (the client's file name, without directories), NAME.path (the staged file) and NAME.size
-/// (its bytes); when no file was chosen only NAME, empty. Staged files that nobody moved away are removed by
-/// KestCgiFree().
+/// Receives an upload: files are spooled to a staging directory, ordinary fields become parameters; parameters of the
+/// URL follow behind. A file field NAME gives the parameters NAME (the client's file name, without directories),
+/// NAME.path (the staged file) and NAME.size (its bytes); when no file was chosen only NAME, empty. Names that end in
+/// .path or .size are refused from clients. Staged files that nobody moved away are removed by KestCgiFree().
 /// @param ctx   the context
 /// @param dir   an existing writable directory
 /// @param zero  reserved, 0
-/// @return number of files staged, 0 or more; negative on failure: no upload, malformed or cut-off body, a limit
-/// exceeded, the
-///         directory missing or its disk full. After a failure nothing is staged and no parameter was added
+/// @return 0 or more when received; negative on failure: an argument is NULL, no upload or one already received, a
+/// malformed
+///         or cut-off body, a limit exceeded, the directory missing or its disk full. After a failure nothing is staged
+///         and no parameter was added
 int KestCgiLoadUploadData(KESTCGI* ctx, const char* dir, int zero);
 
 /// Queues a Set-Cookie header.
@@ -178,28 +182,34 @@ int KestCgiLoadUploadData(KESTCGI* ctx, const char* dir, int zero);
 /// @param path     Path attribute; NULL for none
 /// @param domain   Domain attribute; NULL for none
 /// @param secure   not NULL: the Secure attribute is set
-/// @return 1 when queued; 0 when an argument is missing or holds a byte that could break the header (CR, LF, NUL, ";",
-/// ...),
-///         or memory ran out
+/// @return 1 when queued; 0 when an argument is missing or holds a byte that could break the header (control
+/// characters, ";",
+///         ...), the line would be longer than web servers take, or memory ran out
 int KestCgiSetCookies(KESTCGI* ctx, const char* name, const char* value, const char* expires, const char* path,
                       const char* domain, const char* secure);
 
-/// Queues a response header; headers of one name are all sent.
+/// Queues a response header; headers of one name are all sent, except that a later "Status" replaces an earlier one.
 /// @param ctx    the context
 /// @param name   header name, a token of RFC 9110
-/// @param value  header value, without CR, LF and NUL
-/// @return 1 when queued; 0 when an argument is NULL or breaks a rule above, or memory ran out
+/// @param value  header value, without control characters other than a tab
+/// @return 1 when queued; 0 when an argument is NULL or breaks a rule above, the line would be longer than web servers
+/// take,
+///         or memory ran out
 int KestCgiSetHTTPHeader(KESTCGI* ctx, const char* name, const char* value);
 
-/// Prints the queued headers in the order of queueing and the empty line that ends the block, through stdio (the body
-/// follows by printf), and empties the queue. Does not flush.
+/// Prints the queued headers, the status first, and the empty line that ends the block, through stdio (the body follows
+/// by printf), and empties the queue. Does not flush. For a refused request the block says so, whatever status was
+/// queued.
 /// @param ctx  the context
 /// @return non-zero when printed; 0 when `ctx` is unusable or standard output failed
 int KestCgiPrintHTTPHeader(KESTCGI* ctx);
 
-/// Answers the request with a redirect: a "Status: 302" and a "Location" line, the queued headers and the empty line.
+/// Answers the request with a redirect: "Status: 302 Found", "Location", the queued headers and the empty line. A
+/// refused request is not sent elsewhere, since the client would never learn why: it gets its refusal as a plain text.
 /// @param ctx  the context
-/// @param url  absolute URL or absolute path, without CR, LF and other control characters
+/// @param url  absolute URL or absolute path without control characters; "" is the site's root. Blanks and bytes above
+/// ASCII
+///             are percent-encoded
 /// @return 1 when printed; 0 when an argument is NULL or `url` breaks the rule above (nothing is printed then), or
 /// standard
 ///         output failed
@@ -212,12 +222,11 @@ int KestCgiRedirect(KESTCGI* ctx, const char* url);
 /// @param req   the question; its uid and secondsLeft are filled when the session is valid
 /// @param pos   position of the page
 /// @return 1 allowed, an ordinary account; 2 allowed, an administrator;
-///         0 bad arguments, or the request itself was refused;
-///         -1 no session, an unknown one, or one that ran out;
-///         -2 the position needs an administrator and the account is none;
-///         -3 the session was ended by something else: password changed, client address changed, newer login of an
-///         account that may have one session only; -4 the session store cannot be read; -5 the account was disabled,
-///         expired or removed since the login
+///         0 bad arguments (an unknown position, a buffer that the name does not fit), or the request itself was
+///         refused; -1 no session, an unknown one, or one that ran out; -2 the position needs an administrator and the
+///         account is none; -3 the session was ended by something else: password changed, client address changed, newer
+///         login of an account that may have one session only; -4 the session store cannot be read; -5 the account was
+///         disabled, expired or removed since the login
 int KestCgiIsAuthorized(KESTCGI* ctx, char* user, int size, CgiAuthRequest* req, _tag_cgi_position pos);
 
 /// Checks name and password and opens a new session, whose cookie is queued. A session that the request brought along
