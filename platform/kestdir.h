@@ -40,7 +40,7 @@ typedef enum KEST_SHARE_ENUM {
 
 /// One account. Every pointer may be NULL, which reads as "".
 typedef struct KESTUSER {
-  char* name;
+  char* name;      ///< unique without regard to case
   char* passwd;    ///< in: password in clear for KESTUserSet(), NULL or "" leaves it as it is; out: never a password
   int uid;         ///< -1 in a new account: the platform assigns one
   int gid;         ///< primary group
@@ -57,7 +57,7 @@ typedef struct KESTUSER {
 
 /// One group.
 typedef struct KESTGROUP {
-  char* name;
+  char* name;      ///< unique without regard to case
   int gid;         ///< -1 in a new group: the platform assigns one
   char** members;  ///< account names, ended by NULL; the array itself may be NULL, which is no members
   int source;      ///< out: an AUTH_TYPE; in: 0
@@ -68,7 +68,7 @@ typedef struct KESTGROUP {
 /// blanks;
 /// "@NAME" stands for all members of the group NAME.
 typedef struct KESTSHARE {
-  char* name;
+  char* name;      ///< unique without regard to case
   char* desc;      ///< description
   char* path;      ///< absolute path of the folder, the volume's mount path first
   char* na;        ///< list text: no access
@@ -84,7 +84,7 @@ typedef struct KESTSHARE {
 
 /// How a folder is moved when a share's path changes; of the platform.
 typedef struct KESTCOPYARGS {
-  uint32_t word[8];
+  uint32_t word[8];  ///< carried unchanged by callers
 } KESTCOPYARGS;
 
 /// Steps of KESTShareEncryptionAction().
@@ -98,12 +98,12 @@ typedef enum KEST_SHARE_ENC_STEP {
 
 /// Request of KESTShareEncryptionAction(). Zeroed as a whole before its fields are set.
 typedef struct _tag_KEST_SHARE_ENC_ {
-  char name[492];  ///< share name, at most 491 bytes
-  char reserved1[8190];
-  char pass[64];  ///< passphrase, at most 63 bytes; "" when the step needs none
-  char reserved2[2];
-  int32_t step;  ///< a KEST_SHARE_ENC_STEP
-  char reserved3[4];
+  char name[492];        ///< share name, at most 491 bytes
+  char reserved1[8190];  ///< 0
+  char pass[64];         ///< passphrase, at most 63 bytes; "" when the step needs none
+  char reserved2[2];     ///< 0
+  int32_t step;          ///< a KEST_SHARE_ENC_STEP
+  char reserved3[4];     ///< 0
 } _tag_KEST_SHARE_ENC_;
 
 /// Question of ShareDefaultGet().
@@ -121,7 +121,7 @@ typedef struct KESTGROUPDB KESTGROUPDB;
 typedef struct KESTSHAREDB KESTSHAREDB;
 
 /// Looks an account up by name.
-/// @param name  account name; DOMAIN\name for a domain account
+/// @param name  account name; for a domain account the domain, a backslash and the name
 /// @param slot  receives the record
 /// @return 0 when delivered; negative when there is none or the database cannot be read
 int KESTUserGet(const char* name, KESTUSER** slot);

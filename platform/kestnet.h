@@ -15,9 +15,9 @@ extern "C" {
 
 /// One AppleTalk zone; a node of a list ended by a NULL `next`.
 typedef struct KESTAPPLEZONE {
-  uint32_t flags;  ///< bit 0: the current zone
-  char name[36];   ///< without a NUL when the name fills it
-  struct KESTAPPLEZONE* next;
+  uint32_t flags;              ///< bit 0: the current zone
+  char name[36];               ///< without a NUL when the name fills it
+  struct KESTAPPLEZONE* next;  ///< NULL ends the list
 } KESTAPPLEZONE;
 
 /// Reads the Windows networking settings.

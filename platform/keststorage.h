@@ -50,8 +50,8 @@ typedef enum KEST_RAID_STATE {
 
 /// Parsed form of a volume's mount path.
 typedef struct _tag_vol_id_ {
-  int number;  ///< 0 for the SATA disk
-  _tag_vol_location_ location;
+  int number;                   ///< 0 for the SATA disk
+  _tag_vol_location_ location;  ///< where it is
 } _tag_vol_id_;
 
 /// A disk.
@@ -62,14 +62,14 @@ typedef struct _tag_disk_id_ {
 
 /// One mounted volume; a node of a list ended by a NULL `next`.
 typedef struct KESTMOUNTVOL {
-  int number;  ///< 0 for the SATA disk
-  _tag_vol_location_ location;
-  int mounted;         ///< non-zero: mounted
-  char path[64];       ///< mount path
-  int writable;        ///< non-zero: mounted read-write
-  uint64_t freeBytes;  ///< what an unprivileged process may still write
-  uint64_t totalBytes;
-  struct KESTMOUNTVOL* next;
+  int number;                   ///< 0 for the SATA disk
+  _tag_vol_location_ location;  ///< where it is
+  int mounted;                  ///< non-zero: mounted
+  char path[64];                ///< mount path
+  int writable;                 ///< non-zero: mounted read-write
+  uint64_t freeBytes;           ///< what an unprivileged process may still write
+  uint64_t totalBytes;          ///< size of the file system
+  struct KESTMOUNTVOL* next;    ///< NULL ends the list
 } KESTMOUNTVOL;
 
 /// What a service knows of its volume.
@@ -84,8 +84,8 @@ typedef struct SERVICEINFO {
 
 /// A space, as storage pages carry it; callers hand it through.
 typedef struct _space_info_ {
-  _space_type_ type;
-  char name[64];
+  _space_type_ type;  ///< what it is
+  char name[64];      ///< see _space_type_
 } _space_info_;
 
 /// One RAID of the system.
@@ -95,7 +95,7 @@ typedef struct KESTRAIDENTRY {
 
 /// The RAIDs of the system: the one of the system partition, then the one of the swap partition.
 typedef struct _tag_raid_for_system_ {
-  KESTRAIDENTRY entry[2];
+  KESTRAIDENTRY entry[2];  ///< in that order
 } _tag_raid_for_system_;
 
 /// Question of KESTSpaceDiskStatusGet().
@@ -147,8 +147,8 @@ void KESTMountVolInfoFree(KESTMOUNTVOL* list);
 /// @return 0 when filled; negative when no volume holds the path
 int KESTMountVolInfoGet(const char* path, KESTMOUNTVOL* info);
 
-/// Parses a mount path, or a path below one: "/volumeN", "/volumeXN", "/volumeUSBN" with decimal digits, or
-/// "/volumeSATA", each followed by the text's end or "/". Nothing is looked up.
+/// Parses a mount path, or a path below one: "/volumeN", "/volumeXN" or "/volumeUSBN" with a decimal number from 1
+/// without leading zeros, or "/volumeSATA", each followed by the text's end or "/". Nothing is looked up.
 /// @param path  the path
 /// @param id    receives number and location; untouched unless parsed
 /// @return above 0 when parsed, else 0 or negative

@@ -15,10 +15,10 @@ extern "C" {
 typedef int BOOL;
 
 #ifndef FALSE
-#define FALSE 0
+#define FALSE 0 /**< a BOOL that says no */
 #endif
 #ifndef TRUE
-#define TRUE 1
+#define TRUE 1 /**< a BOOL that says yes */
 #endif
 
 /// A growable list of texts. The handle is the address of ONE block of malloc(), texts included, so that plain free()
@@ -174,8 +174,8 @@ char* SzKLIBStrCaseLower(char* text);
 /// @return non-zero when it is a netmask, else 0
 int BlKLIBIsIpMask(const char* text);
 
-/// Tells whether a text may name a shared folder: 1 to 32 characters of valid UTF-8; no control characters and none of
-/// `" / \ [ ] : ; | < > + = , * ? @ %`; not beginning with "." or "-"; no blank at either end.
+/// Tells whether a text may name a shared folder: 1 to 32 characters of valid UTF-8; no control characters, no double
+/// quote and none of / \\ [ ] : ; | < > + = , * ? @ %; not beginning with "." or "-"; no blank at either end.
 /// @param name  the text; NULL is no name
 /// @return non-zero when it may, else 0
 int BlKLIBIsShareName(const char* name);
