@@ -3,6 +3,7 @@
 import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
 import { closeSync, openSync, readFileSync, utimesSync, writeFileSync } from "node:fs";
+import { basename } from "node:path";
 
 const kTimeout_ms = 20_000;
 const kBodyFile = "/tmp/request-body";
@@ -11,7 +12,7 @@ const kClient = "192.0.2.7";
 export const settingsFile = "/etc/kestinfo.conf";
 export const passwords = { admin: "a right password", anna: "another one" };
 
-/// request: { method, query, form, json, body, type, cookie, env }; one of form, json and body, or none.
+/// program: the name of one of the site's, or a path. request: { method, query, form, json, body, type, cookie, env }; one of form, json and body, or none.
 /// Returns { status, headers, text, json }; json is undefined when the body is no JSON document.
 export function run(program, request = {}) {
   const body = bodyOf(request);
@@ -19,7 +20,7 @@ export function run(program, request = {}) {
   const env = {
     GATEWAY_INTERFACE: "CGI/1.1",
     REQUEST_METHOD: method,
-    SCRIPT_NAME: `/cgi/${program}.cgi`,
+    SCRIPT_NAME: `/cgi/${basename(program, ".cgi")}.cgi`,
     SERVER_PROTOCOL: "HTTP/1.1",
     REMOTE_ADDR: kClient,
     QUERY_STRING: new URLSearchParams(request.query ?? {}).toString(),
@@ -27,7 +28,7 @@ export function run(program, request = {}) {
     ...(request.cookie && { HTTP_COOKIE: request.cookie }),
     ...request.env,
   };
-  const path = `/usr/kest/kestman/cgi/${program}.cgi`;
+  const path = program.includes("/") ? program : `/usr/kest/kestman/cgi/${program}.cgi`;
   const ended = withBody(body ?? "", (input) => spawnSync(path, { env, stdio: [input, "pipe", "pipe"], timeout: kTimeout_ms }));
   assert.equal(ended.error, undefined, `${program}: ${ended.error}`);
   assert.deepEqual([ended.status, ended.signal], [0, null], `${program} ended with an error: ${ended.stderr}`);

@@ -1,0 +1,59 @@
+// The examples of the documents do what the documents say.
+import assert from "node:assert/strict";
+import { readFileSync, statSync } from "node:fs";
+import { before, test } from "node:test";
+import { assertSessionRefused, keepSettings, login, makeAccounts, run, settings } from "./program.mjs";
+
+const example = (name, request) => run(`${process.env.TARVEL_BUILD}/tests/program/example_${name}`, request);
+let cookie;
+
+before(() => {
+  makeAccounts();
+  cookie = login();
+});
+
+test("hello greets who is logged in, and refuses everybody else", () => {
+  assert.deepEqual(example("hello", { cookie }).json, { hello: "admin" });
+  assertSessionRefused(example("hello"), "timeout", "login", "error_timeout");
+});
+
+test("parameters reads a form or a JSON document", () => {
+  assert.deepEqual(example("parameters", { query: { name: "a b&c" } }).json, { language: "en", name: "a b&c" });
+  assert.deepEqual(example("parameters", { json: { name: "x" } }).json, { language: "en", name: "x" });
+  assert.deepEqual(example("parameters", { json: ["x"] }).json, { language: "en", name: null });
+  assert.deepEqual(example("parameters", { cookie: "lang=de" }).json, { language: "de", name: "nobody" });
+});
+
+test("form loads, refuses beside the field, and stores", (t) => {
+  keepSettings(t);
+  const form = { action: "apply", ntp_server: "pool.example", ntp_minutes: "60" };
+  assert.deepEqual(example("form", { query: { action: "load" }, cookie }).json.data, { ntp_minutes: "", ntp_server: "" });
+  assert.deepEqual(example("form", { form: { ...form, ntp_minutes: "1441" }, cookie }).json, {
+    errors: { ntp_minutes: "The field is not valid." },
+    success: false,
+  });
+  assert.deepEqual(example("form", { form, cookie }).json, { data: { ntp_minutes: "60", ntp_server: "pool.example" }, success: true });
+  assert.equal(settings().ntp_server, "pool.example");
+});
+
+test("words looks up texts and settings", () => {
+  assert.deepEqual(example("words", { cookie: "lang=de" }).json, {
+    factory: "UTC",
+    logout: "Abmelden",
+    timezone: "UTC",
+    title: "Anmelden",
+  });
+});
+
+test("record counts from request to request", () => {
+  assert.deepEqual([1, 2, 3].map(() => example("record", { cookie }).json.count), [1, 2, 3]);
+});
+
+test("receive keeps the file", () => {
+  const body = '--b\r\nContent-Disposition: form-data; name="file"; filename="a.txt"\r\n\r\nfive!\r\n--b--\r\n';
+  const reply = example("receive", { body, type: "multipart/form-data; boundary=b", cookie });
+  assert.deepEqual(reply.json, { name: "a.txt", size: "5", success: true });
+  assert.equal(readFileSync("/volume1/public/received", "utf8"), "five!");
+  assert.equal(statSync("/volume1/public/received").mode & 0o777, 0o600);
+  assert.equal(example("receive", { form: {}, cookie }).json.success, false);
+});
