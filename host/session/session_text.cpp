@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <inttypes.h>
+#include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -24,13 +25,15 @@ class Lines {
     if (good()) at_ = strncmp(at_, literal, length) == 0 ? at_ + length : nullptr;
   }
 
-  int64_t Number(const char* key) {
+  // A number as FormatSession() writes it, and within its bounds.
+  int64_t Number(const char* key, int64_t min = INT64_MIN, int64_t max = INT64_MAX) {
     Skip(key);
     if (!good()) return 0;
     char* end = nullptr;
     errno = 0;
-    const long long value = strtoll(at_, &end, 10);
-    at_ = errno == 0 && end != at_ && *end == '\n' ? end + 1 : nullptr;
+    const long long value = IsPlainNumber() ? strtoll(at_, &end, 10) : 0;
+    const bool taken = end != nullptr && errno == 0 && *end == '\n' && value >= min && value <= max;
+    at_ = taken ? end + 1 : nullptr;
     return value;
   }
 
@@ -47,9 +50,19 @@ class Lines {
     at_ += length + 1;
   }
 
+  int Int(const char* key) { return static_cast<int>(Number(key, INT_MIN, INT_MAX)); }
+
   bool AtEnd() const { return good() && *at_ == '\0'; }
 
  private:
+  // No blank, no plus sign, no zero in front.
+  bool IsPlainNumber() const {
+    const bool negative = *at_ == '-';
+    const char* const digits = at_ + (negative ? 1 : 0);
+    if (*digits == '0') return !negative && digits[1] == '\n';
+    return *digits >= '1' && *digits <= '9';
+  }
+
   const char* at_;
 };
 
@@ -72,9 +85,9 @@ bool ParseSession(const char* text, Session* out) {
   Session read = *out;
   Lines lines(text);
   lines.Skip(kHead);
-  read.uid = static_cast<int>(lines.Number("uid="));
-  read.expire_day = static_cast<int>(lines.Number("expire_day="));
-  read.administrator = lines.Number("administrator=") == 1;
+  read.uid = lines.Int("uid=");
+  read.expire_day = lines.Int("expire_day=");
+  read.administrator = lines.Number("administrator=", 0, 1) == 1;
   read.credential = lines.Number("credential=");
   read.login_serial = lines.Number("login_serial=");
   read.newest_login = lines.Number("newest_login=");
