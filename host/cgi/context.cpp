@@ -5,6 +5,8 @@
 
 #include <new>
 
+#include "host/cgi/request_body.h"
+
 namespace {
 
 // Header block and body of an ordinary reply leave in one write: a pipe takes this much at once.
@@ -22,6 +24,7 @@ int KestCgiInit(const char* textRoot, KESTCGI* ctx) {
   if (ctx == nullptr) return -1;
   *ctx = KESTCGI{};
   BufferOutputWhole();
+  kest::DropUnreadBodyAtExit();
   return kest::Guarded(-1, [&] {
     auto core = std::make_unique<KestCgiCore>();
     if (textRoot != nullptr) core->text_root = textRoot;

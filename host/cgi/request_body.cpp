@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <strings.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include "host/cgi/decimal.h"
@@ -16,6 +17,16 @@ namespace {
 const char* Environment(const char* name) {
   const char* const value = getenv(name);
   return value != nullptr ? value : "";
+}
+
+// Nothing of this waits: bytes still to come are refused, and those that have come are read. A pipe needs neither.
+void DropUnreadBody() {
+  if (shutdown(STDIN_FILENO, SHUT_RD) != 0) return;
+  char dropped[16 * 1024];
+  ssize_t got;
+  do {
+    got = recv(STDIN_FILENO, dropped, sizeof(dropped), MSG_DONTWAIT);
+  } while (got > 0 || (got < 0 && errno == EINTR));
 }
 
 }  // namespace
@@ -47,6 +58,12 @@ bool AnnouncedLength(Limit limit, uint64_t* length) {
   if (kind == Decimal::kNumber && *length <= LimitOf(limit)) return true;
   Refuse(kind == Decimal::kNone ? RefusalReason::kContentLength : RefusalReason::kBodyTooLarge);
   return false;
+}
+
+void DropUnreadBodyAtExit() {
+  static bool asked = false;
+  if (!asked && RequestHasBody()) atexit(DropUnreadBody);
+  asked = true;
 }
 
 int BodyReader::Read(char* buffer, size_t size) {

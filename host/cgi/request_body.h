@@ -19,6 +19,10 @@ bool RequestIsUpload();
 //         above the limit
 bool AnnouncedLength(Limit limit, uint64_t* length);
 
+// Makes the end of this process orderly for the web server: what is left of a body that the program did not want is
+// dropped then. A socket that is closed with bytes unread breaks the connection, and the reply in it is lost.
+void DropUnreadBodyAtExit();
+
 // The body, read from standard input without stdio and never beyond its announced length.
 class BodyReader {
  public:

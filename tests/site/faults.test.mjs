@@ -58,6 +58,22 @@ test("An upload that does not fit is refused by name, and the next one is receiv
     { browser: false, server: ["--disk", "/volume1", String(4 * kMiB)] },
   ));
 
+test("An upload that nobody may send is answered, however large it is", () =>
+  withSite(
+    "faults-upload-unwanted",
+    async (site) => {
+      const before = await filesOf(site.server);
+      for (const size of [1, 100_000, 16 * kMiB]) {
+        const reply = await upload(site.url, { cookie: `id=${"0".repeat(32)}`, size });
+        assert.equal(reply.status, 200, reply.text);
+        assert.equal(reply.headers["x-request-error"], "timeout");
+        assert.deepEqual(JSON.parse(reply.text).errno, { section: "login", key: "error_timeout" });
+      }
+      await assertIdle(site, before);
+    },
+    { browser: false },
+  ));
+
 test("Settings that cannot be written stay as they were, and the form says so", () =>
   withSite(
     "faults-settings-disk",

@@ -16,7 +16,8 @@
 //   pageLog    what the page wrote to its console, and its uncaught errors
 //   server     the running server (server.mjs)
 // options: context (for playwright's newContext: viewport, locale, ...), server (arguments for script/server),
-//          browser: false (no page), pageErrors: true (uncaught errors and refused content are expected).
+//          browser: false (no page), timeout_ms (of the story; default: two minutes),
+//          pageErrors: true (uncaught errors and refused content are expected).
 import assert from "node:assert/strict";
 import { mkdir, mkdtemp, rm } from "node:fs/promises";
 import { tmpdir } from "node:os";
@@ -34,6 +35,7 @@ const kBrowserArguments = [
   "--disable-sync",
 ];
 const kActionTimeout_ms = 15_000;
+const kStoryTimeout_ms = 120_000;
 const kBrowserLanguage = "en-US";
 
 export const screenshotDir = path.join(buildDir, "screenshots");
@@ -44,7 +46,7 @@ export async function withSite(name, story, options = {}) {
   let failed = true;
   try {
     if (options.browser !== false) await openBrowser(site, name, options);
-    await story(site);
+    await inTime(story(site), options.timeout_ms ?? kStoryTimeout_ms);
     assertQuiet(site, options);
     failed = false;
   } catch (error) {
@@ -85,6 +87,14 @@ async function openBrowser(site, name, options) {
   site.context.on("page", (page) => listen(page, site.pageLog));
   site.shot = (what) => site.page.screenshot({ path: path.join(screenshotDir, `${name}-${what}.png`), fullPage: true });
   site.login = (account) => login(site, account);
+}
+
+function inTime(work, timeout_ms) {
+  let late;
+  const limit = new Promise((_, reject) => {
+    late = setTimeout(() => reject(new Error(`the story took longer than ${timeout_ms} ms`)), timeout_ms);
+  });
+  return Promise.race([work, limit]).finally(() => clearTimeout(late));
 }
 
 function listen(page, log) {

@@ -31,6 +31,7 @@ export function upload(url, { cookie, size, name = "file.bin", stopAfter = Infin
       answered = true;
       let text = "";
       reply.setEncoding("utf8").on("data", (part) => (text += part));
+      reply.on("error", reject);
       reply.on("end", () => resolve({ status: reply.statusCode, headers: reply.headers, text }));
     });
     // A server that has answered early stops reading: its reply counts, not the broken pipe.
