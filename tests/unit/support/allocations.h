@@ -1,0 +1,21 @@
+#ifndef TESTS_UNIT_SUPPORT_ALLOCATIONS_H
+#define TESTS_UNIT_SUPPORT_ALLOCATIONS_H
+
+namespace tarvel_test {
+
+/// Lets one of the following `new` expressions fail, wherever in the program it is: the one after `successes` that
+/// succeed. The object's end lifts it.
+class FailingNew {
+ public:
+  explicit FailingNew(int successes);
+  ~FailingNew();
+  FailingNew(const FailingNew&) = delete;
+  FailingNew& operator=(const FailingNew&) = delete;
+};
+
+/// Blocks from `new` that are not deleted yet.
+long LiveAllocations();
+
+}  // namespace tarvel_test
+
+#endif  // TESTS_UNIT_SUPPORT_ALLOCATIONS_H

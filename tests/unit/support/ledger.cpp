@@ -1,0 +1,35 @@
+#include "support/ledger.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace tarvel_test {
+
+void Ledger::Take(const char* kind, const void* thing) {
+  if (Holds(kind, thing)) ADD_FAILURE() << kind << " taken twice without being given back";
+  held_.emplace_back(kind, thing);
+}
+
+void Ledger::Give(const char* kind, const void* thing) {
+  if (!GiveIfHeld(kind, thing)) ADD_FAILURE() << kind << " given back that is not out";
+}
+
+bool Ledger::GiveIfHeld(const char* kind, const void* thing) {
+  const auto entry = std::find(held_.begin(), held_.end(), std::pair<std::string, const void*>(kind, thing));
+  if (entry == held_.end()) return false;
+  held_.erase(entry);
+  return true;
+}
+
+bool Ledger::Holds(const char* kind, const void* thing) const {
+  return std::find(held_.begin(), held_.end(), std::pair<std::string, const void*>(kind, thing)) != held_.end();
+}
+
+std::vector<std::string> Ledger::Outstanding() const {
+  std::vector<std::string> kinds;
+  for (const auto& entry : held_) kinds.push_back(entry.first);
+  return kinds;
+}
+
+}  // namespace tarvel_test

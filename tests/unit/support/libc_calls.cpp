@@ -1,0 +1,173 @@
+// The libc calls of the library, as the linker's --wrap option replaces them in the test program: "f" becomes
+// "__wrap_f", and the genuine one is "__real_f". The list of names in tests/unit/CMakeLists.txt and this file go
+// together.
+//
+// The programs use 64-bit file offsets and times, so some calls carry another name for the linker, and not the same one
+// on every architecture; here that is said once, with asm labels.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include "support/machine.h"
+
+#if __SIZEOF_POINTER__ == 4
+#define STAT_NAME "__stat64_time64"
+#define FSTAT_NAME "__fstat64_time64"
+#else
+#define STAT_NAME "stat64"
+#define FSTAT_NAME "fstat64"
+#endif
+
+extern "C" {
+
+pid_t RealSetsid() __asm__("__real_setsid");
+int RealOpen(const char* path, int flags, ...) __asm__("__real_open64");
+int RealStat(const char* path, struct stat* info) __asm__("__real_" STAT_NAME);
+int RealFstat(int fd, struct stat* info) __asm__("__real_" FSTAT_NAME);
+ssize_t RealRead(int fd, void* buffer, size_t bytes) __asm__("__real_read");
+int RealClose(int fd) __asm__("__real_close");
+void* RealMalloc(size_t bytes) __asm__("__real_malloc");
+void* RealCalloc(size_t count, size_t bytes) __asm__("__real_calloc");
+void RealFree(void* block) __asm__("__real_free");
+FILE* RealFopen(const char* path, const char* mode) __asm__("__real_fopen64");
+int RealFputs(const char* text, FILE* file) __asm__("__real_fputs");
+int RealFclose(FILE* file) __asm__("__real_fclose");
+int RealRename(const char* from, const char* to) __asm__("__real_rename");
+int RealRemove(const char* path) __asm__("__real_remove");
+
+pid_t WrapSetsid() __asm__("__wrap_setsid");
+int WrapOpen(const char* path, int flags, ...) __asm__("__wrap_open64");
+int WrapStat(const char* path, struct stat* info) __asm__("__wrap_" STAT_NAME);
+int WrapFstat(int fd, struct stat* info) __asm__("__wrap_" FSTAT_NAME);
+ssize_t WrapRead(int fd, void* buffer, size_t bytes) __asm__("__wrap_read");
+int WrapClose(int fd) __asm__("__wrap_close");
+void* WrapMalloc(size_t bytes) __asm__("__wrap_malloc");
+void* WrapCalloc(size_t count, size_t bytes) __asm__("__wrap_calloc");
+void WrapFree(void* block) __asm__("__wrap_free");
+FILE* WrapFopen(const char* path, const char* mode) __asm__("__wrap_fopen64");
+int WrapFputs(const char* text, FILE* file) __asm__("__wrap_fputs");
+int WrapFclose(FILE* file) __asm__("__wrap_fclose");
+int WrapRename(const char* from, const char* to) __asm__("__wrap_rename");
+int WrapRemove(const char* path) __asm__("__wrap_remove");
+int WrapSystem(const char* command) __asm__("__wrap_system");
+
+}  // extern "C"
+
+namespace {
+
+using tarvel_test::Machine;
+
+constexpr char kBlock[] = "block from malloc";
+constexpr char kMakeDirectory[] = "/bin/mkdir -p ";
+
+// Notes the call; true when the test wants it to fail.
+bool Fails(const char* call, const std::string& arguments) {
+  Machine* machine = Machine::Current();
+  if (machine == nullptr) return false;
+  machine->Note(arguments.empty() ? call : std::string(call) + " " + arguments);
+  return machine->Fails(call);
+}
+
+std::string RealPath(const char* path) {
+  const Machine* machine = Machine::Current();
+  return machine == nullptr ? path : machine->RealPath(path);
+}
+
+void* Tracked(void* block) {
+  if (block != nullptr && Machine::Current() != nullptr) Machine::Current()->ledger().Take(kBlock, block);
+  return block;
+}
+
+}  // namespace
+
+// The test program itself stays in its session: it may be run from a terminal.
+pid_t WrapSetsid() {
+  if (Machine::Current() == nullptr) return RealSetsid();
+  return Fails("setsid", "") ? -1 : 4711;
+}
+
+int WrapOpen(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  if (Fails("open", path)) return -1;
+  return RealOpen(RealPath(path).c_str(), flags, mode);
+}
+
+int WrapStat(const char* path, struct stat* info) {
+  return Fails("stat", path) ? -1 : RealStat(RealPath(path).c_str(), info);
+}
+
+int WrapFstat(int fd, struct stat* info) { return Fails("fstat", "") ? -1 : RealFstat(fd, info); }
+
+ssize_t WrapRead(int fd, void* buffer, size_t bytes) {
+  if (Fails("read", std::to_string(bytes))) return -1;
+  Machine* machine = Machine::Current();
+  if (machine != nullptr) bytes = static_cast<size_t>(machine->ReadLimit(static_cast<long>(bytes)));
+  return RealRead(fd, buffer, bytes);
+}
+
+int WrapClose(int fd) {
+  const bool fails = Fails("close", "");
+  const int result = RealClose(fd);
+  return fails ? -1 : result;
+}
+
+void* WrapMalloc(size_t bytes) { return Fails("malloc", std::to_string(bytes)) ? nullptr : Tracked(RealMalloc(bytes)); }
+
+// An optimiser may turn malloc and a clearing loop into this.
+void* WrapCalloc(size_t count, size_t bytes) {
+  return Fails("malloc", std::to_string(count * bytes)) ? nullptr : Tracked(RealCalloc(count, bytes));
+}
+
+void WrapFree(void* block) {
+  Machine* machine = Machine::Current();
+  if (machine != nullptr && block != nullptr) {
+    if (machine->ledger().GiveIfHeld(kBlock, block) || machine->ledger().GiveIfHeld("parameter line", block)) {
+      machine->Note("free");
+    }
+  }
+  RealFree(block);
+}
+
+FILE* WrapFopen(const char* path, const char* mode) {
+  if (Fails("fopen", std::string(path) + " " + mode)) return nullptr;
+  return RealFopen(RealPath(path).c_str(), mode);
+}
+
+int WrapFputs(const char* text, FILE* file) { return Fails("fputs", "") ? EOF : RealFputs(text, file); }
+
+int WrapFclose(FILE* file) {
+  const bool fails = Fails("fclose", "");
+  const int result = RealFclose(file);
+  return fails ? EOF : result;
+}
+
+int WrapRename(const char* from, const char* to) {
+  if (Fails("rename", std::string(from) + " " + to)) return -1;
+  return RealRename(RealPath(from).c_str(), RealPath(to).c_str());
+}
+
+int WrapRemove(const char* path) { return Fails("remove", path) ? -1 : RealRemove(RealPath(path).c_str()); }
+
+// No shell runs in these tests; the one thing that the library asks of it is done here.
+int WrapSystem(const char* command) {
+  if (Fails("system", command)) return 1;
+  if (std::strncmp(command, kMakeDirectory, std::strlen(kMakeDirectory)) != 0) {
+    ADD_FAILURE() << "unknown shell command: " << command;
+    return 1;
+  }
+  std::error_code error;
+  std::filesystem::create_directories(RealPath(command + std::strlen(kMakeDirectory)), error);
+  return error ? 1 : 0;
+}

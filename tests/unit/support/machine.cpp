@@ -1,0 +1,60 @@
+#include "support/machine.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace tarvel_test {
+
+namespace {
+
+Machine* current = nullptr;
+
+// Where the library keeps its files.
+constexpr const char* kFixedPaths[] = {"/tmp/tarvel", "/usr/kest"};
+
+}  // namespace
+
+Machine::Machine(std::string root) : root_(std::move(root)) { current = this; }
+
+Machine::~Machine() { current = nullptr; }
+
+Machine* Machine::Current() { return current; }
+
+void Machine::Note(const std::string& call) { calls_.push_back(call); }
+
+std::vector<std::string> Machine::TakeCalls() { return std::exchange(calls_, {}); }
+
+void Machine::FailNext(const char* call, int error_number) { faults_.emplace_back(call, error_number); }
+
+void Machine::ShortenNextRead(long bytes) { read_limit_ = bytes; }
+
+std::string Machine::RealPath(const std::string& path) const {
+  for (const std::string fixed : kFixedPaths) {
+    if (path == fixed || path.compare(0, fixed.size() + 1, fixed + "/") == 0) return root_ + path;
+  }
+  return path;
+}
+
+bool Machine::Fails(const char* call) {
+  const auto fault =
+      std::find_if(faults_.begin(), faults_.end(), [call](const auto& entry) { return entry.first == call; });
+  if (fault == faults_.end()) return false;
+  errno = fault->second;
+  faults_.erase(fault);
+  return true;
+}
+
+long Machine::ReadLimit(long wanted) {
+  const long limit = std::exchange(read_limit_, -1);
+  return limit < 0 ? wanted : std::min(wanted, limit);
+}
+
+std::vector<std::string> Machine::UnusedFaults() const {
+  std::vector<std::string> calls;
+  for (const auto& fault : faults_) calls.push_back(fault.first);
+  if (read_limit_ >= 0) calls.emplace_back("read");
+  return calls;
+}
+
+}  // namespace tarvel_test

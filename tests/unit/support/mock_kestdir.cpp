@@ -1,0 +1,3 @@
+#include "support/mock_kestdir.h"
+
+int IsDomainUG(const char* name) { return tarvel_test::MockKestDir::Called("IsDomainUG").IsDomainUG(name); }

@@ -1,0 +1,19 @@
+#ifndef TESTS_UNIT_SUPPORT_MOCK_KESTDIR_H
+#define TESTS_UNIT_SUPPORT_MOCK_KESTDIR_H
+
+#include <gmock/gmock.h>
+
+#include "platform/kestdir.h"
+#include "support/current_mock.h"
+
+namespace tarvel_test {
+
+/// platform/kestdir.h.
+class MockKestDir : public CurrentMock<MockKestDir> {
+ public:
+  MOCK_METHOD(int, IsDomainUG, (const char* name));
+};
+
+}  // namespace tarvel_test
+
+#endif  // TESTS_UNIT_SUPPORT_MOCK_KESTDIR_H
