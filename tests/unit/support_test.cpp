@@ -1,0 +1,145 @@
+// The fixture itself: what it promises to notice, it notices.
+
+#include <gtest/gtest-spi.h>
+#include <syslog.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "support/platform_test.h"
+#include "tarvel.h"
+
+namespace tarvel_test {
+namespace {
+
+using ::testing::_;
+
+// A test inside the test; its end is the end of the object.
+class Inner : public PlatformTest {
+ public:
+  using PlatformTest::cgi;
+  using PlatformTest::ExpectLogged;
+  using PlatformTest::ExpectRequest;
+  using PlatformTest::machine;
+  using PlatformTest::storage;
+
+ private:
+  void TestBody() override {}
+};
+
+void LeaveAContextOpen() {
+  Inner inner;
+  KESTCGI context;
+  EXPECT_CALL(inner.cgi(), KestCgiInit(_, _));
+  KestCgiInit("", &context);
+}
+
+void FreeAContextTwice() {
+  Inner inner;
+  KESTCGI context;
+  EXPECT_CALL(inner.cgi(), KestCgiInit(_, _));
+  KestCgiInit("", &context);
+  KestCgiFree(&context);
+  inner.machine().ledger().Give("platform context", &context);
+}
+
+void UseAContextThatIsNotOpen() {
+  Inner inner;
+  KESTCGI context;
+  EXPECT_CALL(inner.cgi(), KestCgiLoadInCookies(_));
+  KestCgiLoadInCookies(&context);
+}
+
+void KeepAListOfVolumes() {
+  Inner inner;
+  KESTMOUNTVOL volume = {};
+  EXPECT_CALL(inner.storage(), KESTMountVolInfoEnum(0)).WillOnce(::testing::Return(&volume));
+  KESTMountVolInfoEnum(0);
+}
+
+void* block = nullptr;
+
+void KeepABlock() {
+  Inner inner;
+  block = std::malloc(3);
+}
+
+void CallThePlatformUnexpectedly() {
+  Inner inner;
+  KestCgiIsUploadRequest();
+}
+
+void LogWithoutAsking() {
+  Inner inner;
+  syslog(LOG_ERR, "%s:%d oops", "tarvel", 12);
+}
+
+void ExpectAnotherLine() {
+  Inner inner;
+  syslog(LOG_ERR, "%s:%d oops", "tarvel", 12);
+  inner.ExpectLogged("tarvel:# other");
+}
+
+void ExpectAnotherPriority() {
+  Inner inner;
+  syslog(LOG_DEBUG, "%s:%d oops", "tarvel", 12);
+  inner.ExpectLogged("tarvel:# oops");
+}
+
+void ExpectALineThatIsNotThere() { Inner().ExpectLogged("tarvel:# oops"); }
+
+void PrintWithoutAsking() {
+  Inner inner;
+  std::printf("noise");
+}
+
+void OrderAFaultThatNeverHappens() { Inner().machine().FailNext("open", 5); }
+
+TEST(PlatformTestTest, NoticesWhatIsNotGivenBack) {
+  EXPECT_NONFATAL_FAILURE(LeaveAContextOpen(), "leaked: platform context");
+  EXPECT_NONFATAL_FAILURE(KeepAListOfVolumes(), "leaked: list of mounted volumes");
+  EXPECT_NONFATAL_FAILURE(KeepABlock(), "leaked: block from malloc");
+  std::free(block);
+}
+
+TEST(PlatformTestTest, NoticesWrongUseOfAContext) {
+  EXPECT_NONFATAL_FAILURE(FreeAContextTwice(), "platform context given back that is not out");
+  EXPECT_NONFATAL_FAILURE(UseAContextThatIsNotOpen(), "on a context that is not initialised");
+}
+
+TEST(PlatformTestTest, NoticesPlatformCallsThatWereNotExpected) {
+  EXPECT_NONFATAL_FAILURE(CallThePlatformUnexpectedly(), "Uninteresting mock function call");
+}
+
+TEST(PlatformTestTest, NoticesLogLinesThatAreNotWanted) {
+  EXPECT_NONFATAL_FAILURE(LogWithoutAsking(), "unexpected log line: tarvel:12 oops");
+  EXPECT_NONFATAL_FAILURE(ExpectAnotherLine(), "tarvel:# other");
+  EXPECT_NONFATAL_FAILURE(ExpectAnotherPriority(), "tarvel:12 oops");
+  EXPECT_NONFATAL_FAILURE(ExpectALineThatIsNotThere(), "nothing logged, expected: tarvel:# oops");
+}
+
+TEST(PlatformTestTest, NoticesOutputThatIsNotWanted) {
+  EXPECT_NONFATAL_FAILURE(PrintWithoutAsking(), "unexpected output");
+}
+
+TEST(PlatformTestTest, NoticesFaultsThatWereNeverMet) {
+  EXPECT_NONFATAL_FAILURE(OrderAFaultThatNeverHappens(), "was to fail and was never called: open");
+}
+
+class MachineTest : public PlatformTest {};
+
+TEST_F(MachineTest, KeepsErrnoForLogLinesThatPrintIt) {
+  errno = ENOENT;
+  syslog(LOG_ERR, "%s:%d %m", "tarvel", 7);
+  ExpectLogged("tarvel:# No such file or directory");
+}
+
+TEST_F(MachineTest, FindsFixedPathsBelowItsOwnRootAndLeavesOthers) {
+  EXPECT_EQ(ScratchPath("usr/kest/etc/x"), machine().RealPath("/usr/kest/etc/x"));
+  EXPECT_EQ(ScratchPath("tmp/tarvel"), machine().RealPath("/tmp/tarvel"));
+  EXPECT_EQ("/usr/kestrel", machine().RealPath("/usr/kestrel"));
+  EXPECT_EQ("/etc/passwd", machine().RealPath("/etc/passwd"));
+}
+
+}  // namespace
+}  // namespace tarvel_test
