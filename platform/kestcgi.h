@@ -67,23 +67,20 @@ void KestCgiFree(KESTCGI* ctx);
 /// @return number of cookies known, 0 or more; negative when `ctx` is unusable or memory ran out
 int KestCgiLoadInCookies(KESTCGI* ctx);
 
-/// The request's parameters as one undecoded line: for GET and HEAD the query string, for a request with a body (POST,
-/// PUT) the body by CONTENT_LENGTH. The body is read once; a second call gives the same text again. Not for uploads.
-/// @return the line, to be released with free(); NULL when there is none (another method, no query string, an upload),
-/// when
-///         the request is refused (its length missing, broken or too large, a NUL byte in it, a body that ends early),
-///         or when memory ran out
+/// The request's parameters as one undecoded line: for GET and HEAD the query string, for POST and PUT the body by
+/// CONTENT_LENGTH, "" when there is none. The body is read once; a second call gives the same text again. Not for
+/// uploads.
+/// @return the line, to be released with free(); NULL for another method, for an upload, or when the request was
+///         refused or memory ran out
 char* KestCgiGetParamLine(void);
 
-/// Decodes a line of urlencoded parameters ("name=value&...", "+" a blank, %XX a byte, once only; what is no escape
-/// stays as it is) into the context, behind those already there. A piece without "=" is a name with an empty value, one
-/// without name is passed over. When the request has a body, the parameters of its URL follow behind, once: the body
-/// wins.
+/// Decodes a line of urlencoded parameters ("name=value&...", "+" a blank, %XX a byte, once only; a broken escape stays
+/// as it is) into the context, behind those already there. In a request with a body the parameters of its URL follow,
+/// so those of the body win.
 /// @param ctx   the context
 /// @param line  the line; copied, so it may be freed at once; not changed
-/// @return number of parameters added; negative when an argument is NULL or memory ran out, or when a name is too long,
-/// there
-///         are too many parameters or a name or value holds a NUL byte: the request is refused and none is added then
+/// @return number of parameters added; negative when an argument is NULL, the line exceeds a limit or holds a NUL byte
+///         in a name or value (the request then is refused, and none is added), or memory ran out
 int KestCgiParseCGIParam(KESTCGI* ctx, char* line);
 
 /// A decoded parameter of the request.

@@ -57,10 +57,7 @@ int DecodeForm(std::string_view line, TextPairs* parameters) {
   while (piece != nullptr) {
     char* const end = strchr(piece, '&');
     if (end != nullptr) *end = '\0';
-    if (!AddPair(piece, parameters)) {
-      parameters->Truncate(before);
-      return -1;
-    }
+    if (!AddPair(piece, parameters)) return -1;
     piece = end == nullptr ? nullptr : end + 1;
   }
   return static_cast<int>(parameters->Count() - before);

@@ -11,8 +11,8 @@ namespace kest {
 
 // Decodes urlencoded parameters behind those already there: pairs between "&", the name up to the first "=". A piece
 // without "=" is a name with an empty value, one without a name is passed over.
-// @return parameters added; negative when a limit is exceeded or a name or value holds a NUL (the request is refused
-//         then), or the decoder is missing: none is added then
+// @return parameters added; negative when a limit is exceeded or a name or value holds a NUL: the request is refused
+//         then, and what was added until there is the caller's to drop
 int DecodeForm(std::string_view line, TextPairs* parameters);
 
 // Checks a parameter's name and the number of parameters against the limits; refuses the request when one is exceeded.

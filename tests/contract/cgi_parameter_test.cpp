@@ -109,6 +109,20 @@ TEST(CgiParameter, TheBodyWinsOverTheUrl) {
   EXPECT_EQ(std::string("a=[body] b=[1] c=[2] ") + kNoRefusal, Parameters(request, {"a", "b", "c"}));
 }
 
+TEST(CgiParameter, TheUrlIsDecodedOncePerContext) {
+  EXPECT_EQ("3 1", CgiRequest::Post("").Set("QUERY_STRING", "b=1&c=1").Run([] {
+    CgiContext context;
+    std::string line = "a=1";
+    printf("%d ", KestCgiParseCGIParam(context.get(), &line[0]));
+    printf("%d", KestCgiParseCGIParam(context.get(), &line[0]));
+  }));
+}
+
+TEST(CgiParameter, ARefusedUrlLeavesNothingOfTheBody) {
+  CgiRequest request = CgiRequest::Post("a=1");
+  EXPECT_EQ(RefusalBlock("400 Bad Request", "nul_byte"), Parameters(request.Set("QUERY_STRING", "b=%00"), {"a", "b"}));
+}
+
 TEST(CgiParameter, APostWithoutABodyStillHasItsUrl) {
   CgiRequest request = CgiRequest::Post("");
   request.Set("QUERY_STRING", "a=url").Unset("CONTENT_LENGTH");
