@@ -72,7 +72,7 @@ test(`${kRequests} requests, ${kAtOnce} at a time, are all answered and leave no
       assert.ok(await comesTrue(async () => (await programsOf(server)).length === 0), "programs still run");
       assert.deepEqual(await filesOf(server), before);
     },
-    { browser: false },
+    { browser: false, timeout_ms: 400_000 },
   ));
 
 test(`${kUploads} uploads, ${kAtOnce} at a time, keep apart and leave nothing staged`, () =>
@@ -91,5 +91,5 @@ test(`${kUploads} uploads, ${kAtOnce} at a time, keep apart and leave nothing st
       assert.ok(await comesTrue(async () => (await programsOf(server)).length === 0), "programs still run");
       assert.deepEqual(await filesOf(server), before);
     },
-    { browser: false },
+    { browser: false, timeout_ms: 400_000 },
   ));

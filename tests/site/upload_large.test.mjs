@@ -46,5 +46,5 @@ test("An upload of 1 GiB takes no more memory than one of 16 MiB", () =>
       assert.ok(large_KiB < small_KiB + 1024, `16 MiB: ${small_KiB} KiB, 1 GiB: ${large_KiB} KiB`);
       assert.deepEqual(await filesOf(site.server), before);
     },
-    { browser: false },
+    { browser: false, timeout_ms: 400_000 },
   ));
