@@ -1,4 +1,5 @@
 // What is left after something failed, and what several processes do to each other.
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -63,6 +64,64 @@ TEST_F(SessionFault, WithoutACountOfFailuresNobodyMayGuess) {
   EXPECT_EQ(-4, Login(Client(), "anna", "wrong").result);
   EXPECT_EQ(-4, Login(Client(), "anna", "pw-anna").result);
   EXPECT_EQ(std::string(8192, 'x'), Bytes(kFailures));
+}
+
+// Leaves no room on the disk that holds `directory`, until it goes. The appliance tree keeps /usr/kest/var and
+// /usr/kest/etc on small memory disks for this.
+class FullDisk {
+ public:
+  explicit FullDisk(const std::string& directory) : path_(directory + "/filler") {
+    const int fd = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    const std::string block(4096, 'f');
+    size_t written = 0;
+    while (written < kMost && write(fd, block.data(), block.size()) > 0) written += block.size();
+    close(fd);
+    EXPECT_LT(written, kMost) << directory << " is not on a small disk";
+  }
+  ~FullDisk() { unlink(path_.c_str()); }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  static constexpr size_t kMost = 64 << 20;
+  std::string path_;
+};
+
+TEST_F(SessionFault, AFullDiskOpensNoSessionAndSpoilsNone) {
+  const Client anna = LoggedIn("anna");
+  Age(anna, 100);
+  {
+    const FullDisk full("/usr/kest/var");
+    const Answer answer = Login(anna, "bernd", "pw-bernd");
+    EXPECT_EQ(-4, answer.result);
+    EXPECT_STREQ("", answer.id);
+    EXPECT_EQ(std::string::npos, std::string(answer.headers).find("Set-Cookie"));
+    EXPECT_EQ(1, Check(anna).result) << "sessions go on";
+    EXPECT_NEAR(900, Check(anna, KEST_CGI_POSITION_ACCOUNT, 0).request.secondsLeft, 2) << "and are renewed";
+    EXPECT_EQ(1u, SessionCount()) << "no empty files are left";
+    EXPECT_NE("", log_.Take());
+  }
+  EXPECT_EQ(1, Check(anna).result);
+  EXPECT_EQ(1, Login(Client(), "bernd", "pw-bernd").result);
+}
+
+TEST_F(SessionFault, AFullDiskUnderTheAccountsLosesNone) {
+  Settings("session_single=\"yes\"\n");  // a login has to be counted in the accounts
+  {
+    const FullDisk full("/usr/kest/etc");
+    EXPECT_EQ(-4, Login(Client(), "anna", "pw-anna").result);
+    EXPECT_NE(0, Account({"passwd", "anna"}, "other"));
+    EXPECT_EQ(0u, SessionCount());
+  }
+  EXPECT_EQ(1, Login(Client(), "anna", "pw-anna").result);
+  EXPECT_EQ(0, Account({"list"}));
+}
+
+TEST_F(SessionFault, LoggingOutWorksOnAFullDisk) {
+  const Client anna = LoggedIn("anna");
+  const FullDisk full("/usr/kest/var");
+  EXPECT_NE(0, Logout(anna, "anna").result);
+  EXPECT_EQ(-1, Check(anna).result);
 }
 
 TEST_F(SessionFault, AKilledLoginLeavesEverythingWhole) {
