@@ -42,7 +42,7 @@
 
 namespace kest {
 
-/// Opens `libkest_NAME.so` from the directory that holds libkest.so (its RUNPATH is $ORIGIN) and calls its table
+/// Opens `libkest_NAME.so` from the directory that holds libkest.so and calls its table
 /// function. @return what that function returned; nullptr when the file or the function is missing (logged)
 const void* LoadModuleTable(const char* name, const char* function);
 
