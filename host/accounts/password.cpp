@@ -32,6 +32,8 @@ bool SameText(const std::string& a, const std::string& b) {
 
 }  // namespace
 
+const char* NobodysHash() { return kNobodysHash; }
+
 std::string HashPassword(const char* password) {
   char setting[CRYPT_GENSALT_OUTPUT_SIZE];
   if (password[0] == '\0' || strlen(password) > kMaxPasswordBytes) return "";

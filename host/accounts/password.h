@@ -16,6 +16,9 @@ std::string HashPassword(const char* password);
 // answer is no, after the same work as for a real one.
 bool PasswordMatches(const char* password, const std::string& hash);
 
+// The hash that stands in where there is none: of a password that nobody knows, as costly as a real one.
+const char* NobodysHash();
+
 }  // namespace kest
 
 #endif  // KEST_HOST_ACCOUNTS_PASSWORD_H_
