@@ -124,6 +124,16 @@ TEST(CgiBody, ARefusalStaysForTheWholeRequest) {
             }));
 }
 
+TEST(CgiBody, TheFirstReasonCounts) {
+  EXPECT_EQ(RefusalBlock("413 Content Too Large", "name_too_long"), CgiRequest::Get("").Run([] {
+    CgiContext context;
+    std::string too_long = std::string(300, 'n') + "=1", nul = "a=%00";
+    KestCgiParseCGIParam(context.get(), &too_long[0]);
+    KestCgiParseCGIParam(context.get(), &nul[0]);
+    KestCgiPrintHTTPHeader(context.get());
+  }));
+}
+
 TEST(CgiBody, ARefusedRequestIsNotRedirected) {
   EXPECT_EQ(
       "Status: 400 Bad Request\r\nx-request-refused: content_length\r\n"

@@ -69,6 +69,12 @@ TEST_F(CgiText, WhatALanguageLacksComesFromEnglish) {
   EXPECT_EQ("2 English", Look("de", "a"));
 }
 
+TEST_F(CgiText, AKeyThatALanguageLacksComesFromEnglishToo) {
+  English("[one]\na=\"English\"\nb=\"only English\"\n[two]\nc=\"English two\"\n");
+  German("[one]\na=\"Deutsch\"\n[two]\nc=\"Deutsch zwei\"\n");
+  EXPECT_EQ("2 only English", Look("de", "b"));
+}
+
 TEST_F(CgiText, ATextOfTheLanguageComesBeforeEveryEnglishOne) {
   English("[one]\nk=\"English one\"\n");
   German("[one]\nx=\"1\"\n[two]\nk=\"Deutsch zwei\"\n");
@@ -139,6 +145,7 @@ TEST_F(CgiText, WhatIsBrokenIsPassedOverAlone) {
   EXPECT_EQ("0 ?", Text(""));
   EXPECT_EQ("0 ?", Text("a=\"x\"\n"));
   EXPECT_EQ("0 ?", Text("[one\na=\"x\"\n"));
+  EXPECT_EQ("0 ?", Text("[onex\na=\"x\"\n"));
   EXPECT_EQ("0 ?", Text("[ONE]\na=\"x\"\n"));
   EXPECT_EQ("1 ?", Text("[one]\nb=\"1\"\n[broken\na=\"x\"\n"));
   EXPECT_EQ("1 y", Text("[one]\na=\"half a rec\na=\"y\"\n"));
