@@ -82,7 +82,7 @@ int Remove(Tarvel& request, const std::string& record) {
 
 int main() {
   Tarvel request(true);
-  if (!site::IsPost()) return site::RefuseMethod(request);
+  if (!site::IsOwnPost()) return site::RefuseChange(request);
   if (!request.IsAuthorized(nullptr, 1, KEST_CGI_POSITION_ADMINISTRATION)) return 0;
 
   // In() is null unless the body is a JSON document with something in it, which may still be of any type.

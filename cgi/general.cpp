@@ -97,9 +97,8 @@ class GeneralForm : public ServerFormHandler {
   int Load() override { return Succeed(); }
 
   int Apply() override {
-    if (!site::IsPost()) {
-      request.AddHeader("Status", "405 Method Not Allowed");
-      request.AddHeader("Allow", "POST");
+    if (!site::IsOwnPost()) {
+      site::AddChangeRefusal(request);
       return Fail("error_not_posted");
     }
     FormValidator form;

@@ -21,7 +21,7 @@ bool IsOffered(const std::string& language) {
 
 int main() {
   Tarvel request(true);
-  if (!site::IsPost()) return site::RefuseMethod(request);
+  if (!site::IsOwnPost()) return site::RefuseChange(request);
 
   std::string language = request.In("lang", "");
   if (!IsOffered(language)) return site::Refuse(request, "error", "error_unknown_language");

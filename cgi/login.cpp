@@ -33,7 +33,7 @@ const char* RefusalKey(int result) {
 
 int main() {
   Tarvel request(true);
-  if (!site::IsPost()) return site::RefuseMethod(request);
+  if (!site::IsOwnPost()) return site::RefuseChange(request);
 
   _tag_login_params login = {};
   login.user = request.In("user", "");

@@ -7,7 +7,7 @@
 
 int main() {
   Tarvel request(true);
-  if (!site::IsPost()) return site::RefuseMethod(request);
+  if (!site::IsOwnPost()) return site::RefuseChange(request);
 
   // Logout() needs the name that the check fills in; a session that is over already is refused here.
   if (!request.IsAuthorized(nullptr, 1, KEST_CGI_POSITION_ACCOUNT)) return 0;

@@ -9,10 +9,29 @@
 
 namespace site {
 
-/// A request may change something only when it was posted: a link or an image in somebody's mail sends a GET.
+/// Whether the request was sent by a page of this site, as far as the browser tells. A page of another port of this
+/// very machine counts as the same site for cookies, but names another origin (RFC 6454).
+inline bool IsOwnOrigin() {
+  const char* origin = getenv("HTTP_ORIGIN");
+  const char* host = getenv("HTTP_HOST");
+  if (origin == nullptr) return true;
+  const char* scheme_end = strstr(origin, "://");
+  return host != nullptr && scheme_end != nullptr && strcmp(scheme_end + strlen("://"), host) == 0;
+}
+
 inline bool IsPost() {
   const char* method = getenv("REQUEST_METHOD");
   return method != nullptr && strcmp(method, "POST") == 0;
+}
+
+/// A request may change something only when a page of this site posted it: a link or an image in somebody's mail sends
+/// a GET, a form of another site names its origin.
+inline bool IsOwnPost() { return IsPost() && IsOwnOrigin(); }
+
+/// Queues the status of a change that was not posted, or not from here.
+inline void AddChangeRefusal(Tarvel& request) {
+  request.AddHeader("Status", IsPost() ? "403 Forbidden" : "405 Method Not Allowed");
+  if (!IsPost()) request.AddHeader("Allow", "POST");
 }
 
 /// Sends one reply; the return value is the program's exit status.
@@ -43,10 +62,9 @@ inline int Refuse(Tarvel& request, const char* section, const char* key) {
   return Send(request, reply);
 }
 
-/// The refusal of a change that was not posted.
-inline int RefuseMethod(Tarvel& request) {
-  request.AddHeader("Status", "405 Method Not Allowed");
-  request.AddHeader("Allow", "POST");
+/// Refuses such a change.
+inline int RefuseChange(Tarvel& request) {
+  AddChangeRefusal(request);
   return Refuse(request, "error", "error_not_posted");
 }
 

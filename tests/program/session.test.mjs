@@ -145,3 +145,18 @@ test("A login ends the session that the browser brought along", () => {
   assert.doesNotMatch(reply.headers.get("set-cookie"), new RegExp(older));
   assertSessionRefused(run("whoami", { cookie: older }), "timeout", "login", "error_timeout");
 });
+
+test("What a page of another origin posts changes nothing", () => {
+  const cookie = login();
+  for (const HTTP_ORIGIN of ["http://elsewhere.example", "http://kest:9090", "https://kest.elsewhere.example", "null", "", "kest"]) {
+    const env = { HTTP_HOST: "kest", HTTP_ORIGIN };
+    assertRefused(run("logout", { form: {}, cookie, env }), "error", "error_not_posted", 403);
+    assertRefused(run("login", { form: { user: "anna", passwd: passwords.anna }, env }), "error", "error_not_posted", 403);
+    assert.equal(run("general", { form: { action: "apply" }, cookie, env }).status, 403);
+  }
+  assert.equal(run("whoami", { cookie }).json.success, true);
+  for (const scheme of ["http", "https"]) {
+    const env = { HTTP_HOST: "kest:8080", HTTP_ORIGIN: `${scheme}://kest:8080` };
+    assert.equal(run("language", { form: { lang: "de" }, env }).json.success, true);
+  }
+});
