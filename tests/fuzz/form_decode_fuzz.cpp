@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr size_t kPairsMax = 1000;
+constexpr size_t kPairsMax = 1000 - 1;  // less the one that is there already
 constexpr size_t kNameMax = 256;
 
 int HexDigit(char c) {
