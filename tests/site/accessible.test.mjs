@@ -1,0 +1,65 @@
+// Every page in every state, on light and dark screens, against the rules of WCAG 2.2 level AA that a program can check.
+import assert from "node:assert/strict";
+import { readFile } from "node:fs/promises";
+import { createRequire } from "node:module";
+import { test } from "node:test";
+import { withSite } from "./harness.mjs";
+import { openForm } from "./person.mjs";
+
+const kRules = ["wcag2a", "wcag2aa", "wcag21aa", "wcag22aa", "best-practice"];
+const axe = await readFile(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
+
+async function assertAccessible(page, state) {
+  await page.evaluate(axe);
+  const { violations, passes } = await page.evaluate((rules) => globalThis.axe.run(document, { runOnly: rules }), kRules);
+  const found = violations.flatMap(({ help, nodes }) => nodes.map(({ html, failureSummary }) => `${help}: ${html}\n${failureSummary}`));
+  assert.deepEqual(found, [], state);
+  assert.ok(passes.length > 20, `${state}: only ${passes.length} rules looked at something`);
+}
+
+async function pagesOfAnOrdinaryAccount({ page, url, login }) {
+  await page.goto(`${url}/login.html?reason=timeout`);
+  await page.waitForSelector("#notice.info");
+  await assertAccessible(page, "login, timed out");
+  await login("anna");
+  await page.goto(`${url}/general.html`);
+  await page.waitForSelector("#notice.error:not(:empty)");
+  await assertAccessible(page, "settings, no right");
+  await page.goto(`${url}/`);
+  await page.waitForSelector(".badge:not([hidden])");
+  await assertAccessible(page, "overview, not everything allowed");
+}
+
+async function pagesOfAnAdministrator({ page, url, login }) {
+  await login("admin");
+  for (const name of ["index", "upload"]) {
+    await page.goto(`${url}/${name}.html`);
+    await page.waitForLoadState("networkidle");
+    await assertAccessible(page, name);
+  }
+  await page.goto(`${url}/general.html`);
+  await openForm(page);
+  await page.fill("#admin_port_http", "x");
+  await page.reload();
+  await page.waitForSelector("#draft:not([hidden])");
+  await page.fill("#admin_port_http", "x");
+  await page.click("#save");
+  await page.waitForSelector("#notice.error");
+  await assertAccessible(page, "settings, a draft offered and a field refused");
+  await page.fill("#admin_port_http", "80");
+  await page.click("#save");
+  await page.waitForSelector("#notice.success");
+  await assertAccessible(page, "settings, saved");
+}
+
+for (const colorScheme of ["light", "dark"]) {
+  test(`Every page is accessible on a ${colorScheme} screen`, () =>
+    withSite(
+      `accessible-${colorScheme}`,
+      async (site) => {
+        await pagesOfAnOrdinaryAccount(site);
+        await pagesOfAnAdministrator(site);
+      },
+      { context: { colorScheme } },
+    ));
+}
