@@ -24,10 +24,14 @@ size_t SectionBegun(std::string_view line, const std::vector<std::string>& secti
   return found == sections.end() ? kNoSection : static_cast<size_t>(found - sections.begin());
 }
 
+// The line lies in a block of the table: its value becomes a C text where it stands, because what follows it (a quote,
+// the line's end or the block's last NUL) is not needed any more.
 void AddLine(std::string_view line, TextPairs* texts) {
   const KeyValueLine parsed = SplitKeyValueLine(line);
   if (!parsed.says_something || parsed.key[0] == ';') return;
-  texts->AddCopy(parsed.key, parsed.value);
+  if (parsed.value.empty()) return texts->Add(parsed.key, "");
+  const_cast<char*>(parsed.value.data())[parsed.value.size()] = '\0';
+  texts->Add(parsed.key, parsed.value.data());
 }
 
 const char* FindIn(const std::deque<TextPairs>& sections, std::string_view key) {
@@ -42,8 +46,9 @@ const char* FindIn(const std::deque<TextPairs>& sections, std::string_view key) 
 void Texts::Read(const std::string& path, const std::vector<std::string>& sections, std::deque<TextPairs>* texts) {
   texts->resize(sections.size());
   std::string file;
-  if (!ReadWholeFile(path.c_str(), kTextFileMax, &file)) return;
-  std::string_view rest = WithoutByteOrderMark(file);
+  if (sections.empty() || !ReadWholeFile(path.c_str(), kTextFileMax, &file)) return;
+  const char* const block = texts->front().Keep(file);
+  std::string_view rest = WithoutByteOrderMark({block, file.size()});
   size_t current = kNoSection;
   while (!rest.empty()) {
     const std::string_view line = Trimmed(TakeLine(&rest));
