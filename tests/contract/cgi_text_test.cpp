@@ -1,5 +1,7 @@
 // Localised texts, whatever somebody wrote into the files.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -166,6 +168,16 @@ TEST_F(CgiText, OneMebibyteIsReadAndOneByteMoreIsNot) {
 TEST_F(CgiText, WhatIsNoReadableFileHasNoTexts) {
   EXPECT_EQ("0 ?", Look("en", "a"));
   std::filesystem::create_directory(module_.Path("texts/en.ini"));
+  EXPECT_EQ("0 ?", Look("en", "a"));
+  std::filesystem::remove(module_.Path("texts/en.ini"));
+  ASSERT_EQ(0, mkfifo(module_.Path("texts/en.ini").c_str(), 0644));
+  EXPECT_EQ("0 ?", Look("en", "a")) << "a pipe, which must not hold the request up";
+}
+
+TEST_F(CgiText, AFileThatMayNotBeReadHasNoTexts) {
+  if (geteuid() == 0) GTEST_SKIP() << "root reads every file";
+  English("[one]\na=\"x\"\n");
+  ASSERT_EQ(0, chmod(module_.Path("texts/en.ini").c_str(), 0));
   EXPECT_EQ("0 ?", Look("en", "a"));
 }
 
