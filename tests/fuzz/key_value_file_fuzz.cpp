@@ -40,6 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (written) {
     Require(after.Find(key) != nullptr && value == after.Find(key));
     Require(Without(before, key) == Without(after, key));
+    Require(after.Entries().size() == Without(after, key).size() + 1);
   } else {
     std::string now;
     Require(kest::ReadWholeFile(path.c_str(), kest::kTextFileMax, &now) && now == text);

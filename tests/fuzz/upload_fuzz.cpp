@@ -16,19 +16,28 @@ void RequireHarmlessName(const std::string& name) {
   for (const char c : name) Require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7f);
 }
 
-// Every file that a parameter names lies in the folder, has the size announced, and no other file is there.
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// Whatever parameter claims to be a file's path or size is one: the file lies in the folder and has the size announced.
+// No other file is there.
 void RequireStagedAsSaid(const kest::TextPairs& parameters, const ScratchFolder& folder) {
   size_t files = 0;
   for (size_t i = 0; i < parameters.Count(); ++i) {
-    const std::string name(parameters.NameAt(i));
+    const std::string claim(parameters.NameAt(i));
+    if (!EndsWith(claim, ".path") && !EndsWith(claim, ".size")) continue;
+    const std::string name = claim.substr(0, claim.size() - 5);
+    const char* const client_name = parameters.Find(name);
     const char* const path = parameters.Find(name + ".path");
-    if (path == nullptr) continue;
-    ++files;
-    RequireHarmlessName(parameters.Find(name));
+    const char* const bytes = parameters.Find(name + ".size");
+    Require(client_name != nullptr && path != nullptr && bytes != nullptr);
+    RequireHarmlessName(client_name);
     Require(std::string(path).rfind(folder.Path() + "/", 0) == 0);
     struct stat status;
     Require(lstat(path, &status) == 0 && S_ISREG(status.st_mode) && (status.st_mode & 0777) == 0600);
-    Require(std::to_string(status.st_size) == parameters.Find(name + ".size"));
+    Require(std::to_string(status.st_size) == bytes);
+    files += EndsWith(claim, ".path") ? 1 : 0;
   }
   Require(folder.Count() == files);
 }
