@@ -1,8 +1,8 @@
 // Lazy modules: what only some requests need is mapped when the first of them asks.
 //
 // Every shared object mapped at start costs each short-lived program its relocations, so the costly libraries
-// (database, multipart reader, URL parser, mount table, Unicode tables) stay out of libkest.so. Each is wrapped in a
-// module `libkest_NAME.so` beside it, which offers exactly one C function returning a table of function pointers:
+// (database, mount table) stay out of libkest.so. Each is wrapped in a module `libkest_NAME.so` beside it, which offers
+// exactly one C function returning a table of function pointers:
 //
 //   // host/accounts/accounts_module.h, included by the module and by its callers
 //   struct KestAccountsModule {
