@@ -3,14 +3,19 @@
 
 #include "host/accounts/accounts_module.h"
 #include "host/accounts/expiry.h"
+#include "host/cgi/context.h"
 #include "host/klib/error_code.h"
 #include "platform/kestdir.h"
 
 namespace kest {
 namespace {
 
-// Hands a new record over in place of what the slot held.
-int Deliver(int found, KESTUSER* record, KESTUSER** slot) {
+// Asks the accounts module for a record and hands it over in place of what the slot held.
+template <typename Ask>
+int Deliver(KESTUSER** slot, Ask ask) {
+  const KestAccountsModule* accounts = Accounts();
+  KESTUSER* record = nullptr;
+  const int found = accounts == nullptr ? -1 : Guarded(-1, [&] { return ask(*accounts, &record); });
   if (found != 1) return FailWith(found == 0 ? kErrorNoSuchObject : kErrorSystem);
   KESTUserFree(*slot);
   *slot = record;
@@ -22,18 +27,13 @@ int Deliver(int found, KESTUSER* record, KESTUSER** slot) {
 
 int KESTUserGet(const char* name, KESTUSER** slot) {
   if (name == nullptr || slot == nullptr) return kest::FailWith(kest::kErrorBadParameter);
-  const KestAccountsModule* accounts = kest::Accounts();
-  KESTUSER* record = nullptr;
-  const int found = accounts == nullptr ? -1 : accounts->record(name, &record);
-  return kest::Deliver(found, record, slot);
+  return kest::Deliver(slot, [&](const auto& accounts, KESTUSER** record) { return accounts.record(name, record); });
 }
 
 int KESTUserGetByUID(int uid, KESTUSER** slot) {
   if (slot == nullptr) return kest::FailWith(kest::kErrorBadParameter);
-  const KestAccountsModule* accounts = kest::Accounts();
-  KESTUSER* record = nullptr;
-  const int found = accounts == nullptr ? -1 : accounts->record_by_uid(uid, &record);
-  return kest::Deliver(found, record, slot);
+  return kest::Deliver(slot,
+                       [&](const auto& accounts, KESTUSER** record) { return accounts.record_by_uid(uid, record); });
 }
 
 void KESTUserFree(KESTUSER* user) { free(user); }
@@ -73,5 +73,5 @@ int IsDomainUG(const char* name) {
   for (const char* at = name; *at != '\0' && !prefixed; ++at) prefixed = *at == '\\';
   if (!prefixed) return 1;
   const KestAccountsModule* accounts = kest::Accounts();
-  return accounts == nullptr ? -1 : accounts->name_source(name);
+  return accounts == nullptr ? -1 : kest::Guarded(-1, [&] { return accounts->name_source(name); });
 }
