@@ -2,9 +2,13 @@
 # another processor gets them compiled from the sources that Debian installs.
 if(CMAKE_CROSSCOMPILING)
   set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
+  # Not link-time optimised, like the tests themselves: it would only make each of them slow to link.
   set(CMAKE_POLICY_DEFAULT_CMP0069 NEW)
+  set(optimize_at_link_time ${CMAKE_INTERPROCEDURAL_OPTIMIZATION})
+  set(CMAKE_INTERPROCEDURAL_OPTIMIZATION OFF)
   set(INSTALL_GTEST OFF)
   add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+  set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ${optimize_at_link_time})
   if(NOT TARGET GTest::gtest)
     foreach(name gtest gtest_main gmock gmock_main)
       add_library(GTest::${name} ALIAS ${name})
