@@ -87,6 +87,14 @@ static void CheckReply(struct Program* program, const char* reply, size_t bytes)
   }
 }
 
+static void Shuffle(int* order, int count) {
+  for (int last = count - 1; last > 0; --last) {
+    const int other = (int)(random() % (last + 1)), kept = order[last];
+    order[last] = order[other];
+    order[other] = kept;
+  }
+}
+
 static int Order(const void* a, const void* b) {
   const double x = *(const double*)a, y = *(const double*)b;
   return (x > y) - (x < y);
@@ -129,10 +137,14 @@ int main(int argc, char** argv) {
   for (int warm = 0; warm < 5; ++warm) {
     for (int p = 0; p < count; ++p) Once(&programs[p], reply, &bytes);
   }
+  int order[kMaxPrograms];
+  for (int p = 0; p < count; ++p) order[p] = p;
+  srandom(1);
   for (int i = 0; i < rounds; ++i) {
-    /* Another one begins each round, so that none always follows the same neighbour. */
+    /* Another order each round, so that none always follows the same neighbour. */
+    Shuffle(order, count);
     for (int k = 0; k < count; ++k) {
-      const int p = (k + i) % count;
+      const int p = order[k];
       programs[p].runs[i] = Once(&programs[p], reply, &bytes);
       CheckReply(&programs[p], reply, bytes);
     }

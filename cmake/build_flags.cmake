@@ -22,3 +22,9 @@ if(TARVEL_COVERAGE)
   add_compile_options(--coverage -O0)
   add_link_options(--coverage)
 endif()
+
+# tarvel_lean_library(target): what is mapped at each start of a program. Its own names are bound when it is linked, not at
+# every start; code and read-only data share one mapping.
+function(tarvel_lean_library target)
+  target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,-O1 -Wl,--hash-style=gnu -Wl,-z,noseparate-code)
+endfunction()
