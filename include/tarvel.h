@@ -182,8 +182,7 @@ class TARVEL_EXPORT Tarvel {
   /// @param mode         handed to the platform unchanged
   /// @param position     the page's position, handed to the platform unchanged
   /// @return true when the request may proceed: nothing was written and GetLoginUserName() names the user; false when
-  /// it
-  ///         was refused and answered: the name is empty
+  ///         it was refused and answered: the name is empty
   bool IsAuthorized(const char* redirectUrl, int mode, _tag_cgi_position position);
 
   /// Logs a user in with name and password. A domain user is also registered for share access with the platform; a

@@ -7,8 +7,8 @@
 /// context and stay valid until KestCgiFree(). A context and its calls belong to one thread.
 ///
 /// A request that the core refuses while reading it (body too large, broken length, NUL byte in a value, ...) is
-/// remembered for the process: KestCgiIsAuthorized() then answers 0, and KestCgiPrintHTTPHeader() puts a "Status" line
-/// (400, 413, ...) and "x-request-refused" with the reason into the header block.
+/// remembered for the process: KestCgiIsAuthorized() and KestCgiLogin() then answer 0, and KestCgiPrintHTTPHeader() puts
+/// a "Status" line (400, 413, ...) and "x-request-refused" with the reason into the header block.
 #ifndef PLATFORM_KESTCGI_H_
 #define PLATFORM_KESTCGI_H_
 
@@ -52,8 +52,7 @@ typedef struct _tag_login_params {
 /// @param textRoot  directory of a UI module below which its localised texts are found; "" when no texts will be read
 /// @param ctx       the context, in any state but an initialised one
 /// @return 0 when ready; negative when `ctx` is NULL or memory ran out. After a failure every other call on the context
-/// still
-///         has an outcome (it fails, or gives its default), and KestCgiFree() is still to be called
+///         still has an outcome (it fails, or gives its default), and KestCgiFree() is still to be called
 int KestCgiInit(const char* textRoot, KESTCGI* ctx);
 
 /// Releases everything that a context holds, and removes the staged files of its uploads that are still in place.
@@ -150,8 +149,7 @@ const char* KestCgiGetLang(KESTCGI* ctx);
 /// @param buf   receives the path; "" when there is no session
 /// @param size  bytes of `buf`
 /// @return length of the path; 0 when the request has no session with a well-formed id; negative when an argument is
-/// NULL or
-///         the path does not fit
+///         NULL or the path does not fit
 int KestCgiGetSessPath(KESTCGI* ctx, char* buf, int size);
 
 /// Tells whether the request is an upload (a POST with a multipart/form-data body).
@@ -166,9 +164,8 @@ int KestCgiIsUploadRequest(void);
 /// @param dir   an existing writable directory
 /// @param zero  reserved, 0
 /// @return 0 or more when received; negative on failure: an argument is NULL, no upload or one already received, a
-/// malformed
-///         or cut-off body, a limit exceeded, the directory missing or its disk full. After a failure nothing is staged
-///         and no parameter was added
+///         malformed or cut-off body, a limit exceeded, the directory missing or its disk full. After a failure nothing
+///         is staged and no parameter was added
 int KestCgiLoadUploadData(KESTCGI* ctx, const char* dir, int zero);
 
 /// Queues a Set-Cookie header.
@@ -180,8 +177,7 @@ int KestCgiLoadUploadData(KESTCGI* ctx, const char* dir, int zero);
 /// @param domain   Domain attribute; NULL for none
 /// @param secure   not NULL: the Secure attribute is set
 /// @return 1 when queued; 0 when an argument is missing or holds a byte that could break the header (control
-/// characters, ";",
-///         ...), the line would be longer than web servers take, or memory ran out
+///         characters, ";", ...), the line would be longer than web servers take, or memory ran out
 int KestCgiSetCookies(KESTCGI* ctx, const char* name, const char* value, const char* expires, const char* path,
                       const char* domain, const char* secure);
 
@@ -190,8 +186,7 @@ int KestCgiSetCookies(KESTCGI* ctx, const char* name, const char* value, const c
 /// @param name   header name, a token of RFC 9110
 /// @param value  header value, without control characters other than a tab
 /// @return 1 when queued; 0 when an argument is NULL or breaks a rule above, the line would be longer than web servers
-/// take,
-///         or memory ran out
+///         take, or memory ran out
 int KestCgiSetHTTPHeader(KESTCGI* ctx, const char* name, const char* value);
 
 /// Prints the queued headers, the status first, and the empty line that ends the block, through stdio (the body follows
@@ -205,11 +200,9 @@ int KestCgiPrintHTTPHeader(KESTCGI* ctx);
 /// refused request is not sent elsewhere, since the client would never learn why: it gets its refusal as a plain text.
 /// @param ctx  the context
 /// @param url  absolute URL or absolute path without control characters; "" is the site's root. Blanks and bytes above
-/// ASCII
-///             are percent-encoded
+///             ASCII are percent-encoded
 /// @return 1 when printed; 0 when an argument is NULL or `url` breaks the rule above (nothing is printed then), or
-/// standard
-///         output failed
+///         standard output failed
 int KestCgiRedirect(KESTCGI* ctx, const char* url);
 
 /// Decides whether the request may use a page. The account's state is the one of this moment, not of the login.
@@ -233,8 +226,7 @@ int KestCgiIsAuthorized(KESTCGI* ctx, char* user, int size, CgiAuthRequest* req,
 /// @param size    bytes of `buf`, at least 33; callers give 64
 /// @param params  the login; delay_s is set
 /// @return 1 logged in; 0 bad arguments; -1 wrong name or password; -2 account disabled or expired (told only after the
-/// right
-///         password); -3 too many failures, try again after delay_s seconds; -4 account database or session store
+///         right password); -3 too many failures, try again after delay_s seconds; -4 account database or session store
 ///         failed
 int KestCgiLogin(KESTCGI* ctx, char* buf, int size, _tag_login_params* params);
 
@@ -250,8 +242,7 @@ int KestCgiLoginNoAuth(KESTCGI* ctx, char* buf, char* unused, _tag_login_params*
 /// @param ctx   the context
 /// @param user  name of the account; "" for whoever owns the session. A session of another account is left alone
 /// @return non-zero when there is no such session any more, also when there was none before; 0 when `ctx` is unusable,
-/// the
-///         session belongs to another account or cannot be removed
+///         the session belongs to another account or cannot be removed
 int KestCgiLogout(KESTCGI* ctx, const char* user);
 
 /// Records for a domain account that its share rights were checked at this login.
@@ -266,8 +257,7 @@ int KestCgiDomValidShareWrite(const char* user, const char* buf);
 /// @param domainArg  the platform's domain argument, carried through by the callers
 /// @param privilege  out: 1 read-only, 2 read and write, anything else none; untouched on failure
 /// @return 0 when known; -2 when the domain refused to tell; another negative value on any other failure, also on a
-/// platform
-///         without domain accounts
+///         platform without domain accounts
 int KestCgiDomGetPrivilege(const char* share, const char* user, const char* domainArg, int* privilege);
 
 /// Primary group of a session's account.

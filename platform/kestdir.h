@@ -65,8 +65,7 @@ typedef struct KESTGROUP {
 } KESTGROUP;
 
 /// One shared folder. Every pointer may be NULL, which reads as "". A list text is names separated by ",", without
-/// blanks;
-/// "@NAME" stands for all members of the group NAME.
+/// blanks; "@NAME" stands for all members of the group NAME.
 typedef struct KESTSHARE {
   char* name;      ///< unique without regard to case
   char* desc;      ///< description
@@ -139,12 +138,11 @@ void KESTUserFree(KESTUSER* user);
 /// Creates or changes accounts, all of them or none. Records that callers build hold borrowed texts; nothing is kept of
 /// them.
 /// @param existing  array of `count` names; NULL at an index creates an account, a name changes (and, when the record's
-/// name
-///                  differs, renames) that one
+///                  name differs, renames) that one
 /// @param records   array of `count` records
 /// @param count     1
 /// @return 0 when stored; negative on failure: a missing or taken name, a value out of range, the database cannot be
-/// written
+///         written
 int KESTUserSet(const char** existing, KESTUSER** records, int count);
 
 /// Tells whether an expiry day lies in the past.
@@ -165,8 +163,7 @@ int KESTUserExpiredDateGet(const KESTUSER* user, char* buf, int size);
 /// @param user  the record; only its `expire` changes
 /// @param date  the text form of KESTUserExpiredDateGet(); "" means never
 /// @return 0 when set; -1 and only -1 on failure: an argument is NULL, no date of the calendar, or one before
-/// 1970/01/03; the
-///         record is then as before
+///         1970/01/03; the record is then as before
 int KESTUserExpiredDateFill(KESTUSER* user, const char* date);
 
 /// Opens a cursor over the accounts.
@@ -223,7 +220,7 @@ void KESTGroupFree(KESTGROUP* group);
 /// @param existing  NULL creates a group, a name changes (and, when the record's name differs, renames) that one
 /// @param group     the record; its texts are borrowed
 /// @return 0 when stored; negative on failure: a missing or taken name, an unknown member, the database cannot be
-/// written
+///         written
 int KESTGroupSet(const char* existing, KESTGROUP* group);
 
 /// Reads a group's description.
@@ -279,7 +276,7 @@ void KESTShareFree(KESTSHARE* share);
 /// @param share       the record; its texts are borrowed
 /// @param moveOrNull  not NULL: the folder is moved along when the path changes
 /// @return 0 when stored; negative on failure: a missing or taken name, an unusable path, the database cannot be
-/// written
+///         written
 int KESTShareSet(const char* existing, KESTSHARE* share, KESTCOPYARGS* moveOrNull);
 
 /// Appends the names of shares.

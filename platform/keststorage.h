@@ -157,7 +157,7 @@ int VolumePathParse(const char* path, _tag_vol_id_* id);
 /// Tells whether the file system at a mount path is one that a service leaves out.
 /// @param path        mount path
 /// @param skipFsType  SERVICEINFO.skipFsType: 0 leaves out none; value 1 FAT, value 2 NTFS; further values are the
-/// platform's
+///                    platform's
 /// @return 0 when it is not left out; anything else when it is, or when it cannot be examined
 int FSIsMatchSkipFS(const char* path, int skipFsType);
 

@@ -54,7 +54,7 @@ char* SzKLIBSzListGet(PSZLIST list, int index);
 /// @param list  address of the handle; the handle changes when the block moves
 /// @param text  any text, the empty one included; it may be a text of the same list
 /// @return 0 when appended; negative when `list`, `*list` or `text` is NULL or memory ran out: the list is then as
-/// before
+///         before
 int KLIBSzListPush(PSZLIST* list, const char* text);
 
 /// Sorts a list in place. Texts that compare equal keep their order.
@@ -69,15 +69,13 @@ int KLIBSzListSortItems(PSZLIST list, int flags);
 /// @param delims  the set of single-byte delimiters; with "" the whole text is one piece
 /// @param list    address of the handle of an existing list; texts already in it stay in front
 /// @return the number of pieces appended, 0 when the text holds delimiters only or nothing; negative when an argument
-/// or
-///         `*list` is NULL or memory ran out (pieces before may have been appended)
+///         or `*list` is NULL or memory ran out (pieces before may have been appended)
 int KLIBStrTok(const char* text, const char* delims, PSZLIST* list);
 
 /// Removes white space (blank, tab, CR, LF, vertical tab, form feed) at both ends of a text. Quotes stay.
 /// @param in   the text; changed only when `out` is NULL or `in`
 /// @param out  room for strlen(in) + 1 bytes, receives the result; NULL: the text is trimmed in place, the result
-/// begins
-///             at `in`
+///             begins at `in`
 /// @return 0 when done; negative when `in` is NULL
 int KLIBStrTrimSpace(char* in, char* out);
 
@@ -116,9 +114,8 @@ void KLIBErrSet(int code);
 /// @param size  bytes of `buf`, at least 1
 /// @param zero  reserved, 0
 /// @return bytes stored in `buf` without the NUL; 0 when the key is absent or its value is empty; -1 when the file
-/// cannot
-///         be read (missing, no permission, a directory, no regular file, too large) or an argument is NULL, empty or
-///         out of range
+///         cannot be read (missing, no permission, a directory, no regular file, too large) or an argument is NULL,
+///         empty or out of range
 int KLIBFileGetKeyValue(const char* file, const char* key, char* buf, int size, int zero);
 
 /// Sets one value of a key/value file: the first line of the key is replaced where it stands, further lines of the same
@@ -134,9 +131,8 @@ int KLIBFileGetKeyValue(const char* file, const char* key, char* buf, int size, 
 ///                sign, no other conversion is accepted. "%s=\"%s\"\n" is the form that gives every value back
 ///                unchanged
 /// @return 0 when written; negative when an argument is NULL or breaks a rule above, the line would not be read back as
-/// the
-///         same key and value (a format without quotes and a value with a blank at its end, for one), the file is or
-///         would be too large to be read, or it cannot be written: it is then as before
+///         the same key and value (a format without quotes and a value with a blank at its end, for one), the file is
+///         or would be too large to be read, or it cannot be written: it is then as before
 int KLIBFileSetKeyValue(const char* file, const char* key, const char* value, const char* format);
 
 /// Makes an empty map.

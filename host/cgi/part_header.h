@@ -15,8 +15,7 @@ struct PartHeader {
 
 // Reads the header lines of a part, each ended by CR LF.
 // @return false when a line has no colon, is folded or holds a NUL, when there are more than `lines_max`, or when they
-// do
-//         not give exactly one field name (RFC 7578), or announce an encoding of the content
+//         do not give exactly one field name (RFC 7578), or announce an encoding of the content
 bool ParsePartHeader(std::string_view lines, size_t lines_max, PartHeader* out);
 
 // The boundary that a Content-Type of multipart/form-data names.

@@ -15,8 +15,7 @@ namespace kest {
 ///     language=de
 ///
 /// - A line ends with LF or CR LF; the last one may lack it. White space around the line, the key, "=" and the value
-/// does
-///   not count. A byte-order mark before the first line is skipped.
+///   does not count. A byte-order mark before the first line is skipped.
 /// - The key goes up to the first "=". It is compared byte for byte; of several lines with one key the first counts.
 /// - A value that begins with a double quote goes up to the last one of the line, so it may hold quotes itself; what
 ///   follows is ignored. Nothing is escaped.
