@@ -1,7 +1,10 @@
 #include "host/cgi/settings.h"
 
+#include <algorithm>
+
 #include "host/cgi/context.h"
 #include "host/cgi/decimal.h"
+#include "host/cgi/multipart_reader.h"
 
 namespace kest {
 namespace {
@@ -9,17 +12,20 @@ namespace {
 struct LimitRow {
   const char* key;
   uint64_t usual;
+  uint64_t most;  // what is held in memory has to have a size that can be counted, on 32 bits too
 };
+
+constexpr uint64_t kMostInMemory = 1024 * 1024 * 1024;
 
 // In the order of Limit.
 constexpr LimitRow kLimits[] = {
-    {"cgi_body_max", 1024 * 1024},
-    {"cgi_pairs_max", 1000},
-    {"cgi_name_max", 256},
-    {"cgi_upload_max", UINT64_C(8) * 1024 * 1024 * 1024},
-    {"cgi_upload_parts_max", 100},
-    {"cgi_part_header_max", 8192},
-    {"cgi_part_header_lines_max", 32},
+    {"cgi_body_max", 1024 * 1024, kMostInMemory},
+    {"cgi_pairs_max", 1000, 1000 * 1000},
+    {"cgi_name_max", 256, kMostInMemory},
+    {"cgi_upload_max", UINT64_C(8) * 1024 * 1024 * 1024, INT64_MAX},
+    {"cgi_upload_parts_max", 100, 1000 * 1000},
+    {"cgi_part_header_max", 8192, MultipartReader::kHeaderMost},
+    {"cgi_part_header_lines_max", 32, MultipartReader::kHeaderMost},
 };
 
 }  // namespace
@@ -38,7 +44,8 @@ const char* ProcessSetting(const char* key, const char* def) {
 uint64_t LimitOf(Limit limit) {
   const LimitRow& row = kLimits[static_cast<size_t>(limit)];
   uint64_t value = 0;
-  return ParseDecimal(ProcessSetting(row.key, ""), &value) == Decimal::kNumber && value > 0 ? value : row.usual;
+  const bool given = ParseDecimal(ProcessSetting(row.key, ""), &value) == Decimal::kNumber && value > 0;
+  return given ? std::min(value, row.most) : row.usual;
 }
 
 }  // namespace kest

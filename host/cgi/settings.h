@@ -15,7 +15,8 @@ constexpr char kFactorySettingsFile[] = "/etc.defaults/kestinfo.conf";
 const char* ProcessSetting(const char* key, const char* def);
 
 // Bounds of what the core takes from a request. Each is a setting of the name given, a decimal number above 0; anything
-// else there counts as absent.
+// else there counts as absent, and a number above what the core can hold (1 GiB in memory, 32 KiB of part header)
+// counts as that.
 enum class Limit {
   kBodyBytes,        // cgi_body_max, 1 MiB: a body that is not an upload; also all ordinary fields of an upload
   kPairs,            // cgi_pairs_max, 1000: parameters of a request

@@ -69,6 +69,17 @@ TEST_F(CgiLimit, ThatIsNoNumberAboveZeroCountsAsAbsent) {
   }
 }
 
+TEST_F(CgiLimit, BeyondWhatCanBeHeldIsNoLimitToRelyOn) {
+  settings_.Write("cgi_body_max=\"18446744073709551615\"\n");
+  for (const char* length : {"18446744073709551615", "18446744073709551614", "4294967295", "1073741825"}) {
+    EXPECT_EQ(RefusalBlock(kLarge, "body_too_large"),
+              Outcome(CgiRequest::Post("a=1&b=2&c=3").Set("CONTENT_LENGTH", length)))
+        << length;
+  }
+  settings_.Write("cgi_part_header_max=\"4294967296\"\ncgi_part_header_lines_max=\"4294967296\"\n");
+  EXPECT_EQ(std::string("1") + kNoRefusal, UploadOutcome(UploadBody().File("f", "x", "content")));
+}
+
 // The appliance of this test has a disk of one mebibyte at /full.
 TEST(CgiUploadStorage, AFullDiskLeavesNothing) {
   const std::string refused = "-3" + RefusalBlock("507 Insufficient Storage", "upload_storage");
