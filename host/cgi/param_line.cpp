@@ -51,7 +51,7 @@ bool HasQuery() {
 }
 
 const char* Line() {
-  if (kest::RequestIsUpload()) return nullptr;
+  if (kest::RequestIsUpload() || kest::CurrentRefusal() != nullptr) return nullptr;
   if (kest::RequestHasBody()) return Body();
   return HasQuery() ? getenv("QUERY_STRING") : nullptr;
 }

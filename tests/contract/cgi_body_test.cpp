@@ -134,6 +134,16 @@ TEST(CgiBody, TheFirstReasonCounts) {
   }));
 }
 
+TEST(CgiBody, ARefusedRequestHasNoLineAnyMore) {
+  EXPECT_EQ("line none", CgiRequest::Get("a=%00").Run([] {
+    CgiContext context;
+    char* const line = KestCgiGetParamLine();
+    KestCgiParseCGIParam(context.get(), line);
+    printf("%s %s", line != nullptr ? "line" : "none", KestCgiGetParamLine() != nullptr ? "line" : "none");
+    free(line);
+  }));
+}
+
 TEST(CgiBody, ARefusedRequestIsNotRedirected) {
   EXPECT_EQ(
       "Status: 400 Bad Request\r\nx-request-refused: content_length\r\n"
