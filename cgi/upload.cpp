@@ -15,6 +15,7 @@ int main() {
   // The body is not a parameter line: it is read by LoadIn(char*), and only for somebody who may send it.
   Tarvel request(false);
   if (!request.IsAuthorized(nullptr, 1, KEST_CGI_POSITION_ACCOUNT)) return 0;
+  if (!site::IsOwnOrigin()) return site::RefuseChange(request);
   if (!request.IsUploadRequest()) return site::Refuse(request, "upload", "error_no_upload");
   if (request.LoadIn(static_cast<char*>(nullptr)) < 0) return site::Refuse(request, "upload", "error_not_received");
 

@@ -44,6 +44,11 @@ test("What is no upload is refused", () => {
   assertRefused(run("upload", { cookie }), "upload", "error_no_upload");
 });
 
+test("A page of another origin may not fill the disk", () => {
+  const env = { HTTP_HOST: "kest", HTTP_ORIGIN: "http://kest:9090" };
+  assertRefused(send(whole(file("a", "x")), { env }), "error", "error_not_posted", 403);
+});
+
 test("A body without its end is refused, and so is one above the limit, with status and reason", (t) => {
   keepSettings(t);
   const cut = send(file("a", "x".repeat(100)).slice(0, -40));
