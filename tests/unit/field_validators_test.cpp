@@ -194,6 +194,9 @@ TEST(IntegerListValidatorTest, OnlyTheFirstCountNumbersAreListed) {
   IntegerListValidator list("i", numbers, 2);
   EXPECT_TRUE(list.Validate("2"));
   EXPECT_FALSE(list.Validate("3"));
+  IntegerListValidator one("i", numbers, 1);
+  EXPECT_TRUE(one.Validate("1"));
+  EXPECT_FALSE(one.Validate("2"));
 }
 
 TEST(IntegerListValidatorTest, ANumberBeyondLongIsTheGreatestLong) {

@@ -226,6 +226,14 @@ TEST_F(NullFieldsTest, EveryMissingFieldIsRecordedAndAllAreAsked) {
             ErrorReply());
 }
 
+TEST_F(NullFieldsTest, AStandingFormFailureKeepsFieldsOutButTheResultIsFalse) {
+  const char* fields[] = {"a"};
+  HasForm({});
+  form().SetFormErrInfo("s", "k", 0);
+  EXPECT_FALSE(form().ValidNullFields(fields, 1));
+  EXPECT_THAT(ErrorReply(), ::testing::Not(::testing::HasSubstr("errors")));
+}
+
 TEST_F(NullFieldsTest, PresentFieldsPassAlsoWhenEmpty) {
   const char* fields[] = {"a", "b"};
   HasForm({{"a", ""}, {"b", "x"}});

@@ -239,6 +239,13 @@ TEST_F(TarvelLoginTest, FailingToRegisterIsLoggedAndDoesNotFailTheLogin) {
   ExpectLogged("tarvel (#) KestCgiDomValidShareWrite failed.");
 }
 
+TEST_F(TarvelLoginTest, OnlyANegativeResultOfRegisteringIsAFailure) {
+  PlatformLogsIn(1);
+  EXPECT_CALL(dir(), IsDomainUG(_)).WillOnce(Return(2));
+  EXPECT_CALL(cgi(), KestCgiDomValidShareWrite(_, _)).WillOnce(Return(1));
+  EXPECT_EQ(1, Request().Login(&params_));
+}
+
 TEST_F(TarvelLoginTest, ALoginWithoutARecordIsThePlatformsToRefuse) {
   EXPECT_CALL(cgi(), KestCgiLogin(_, _, 64, IsNull())).WillOnce(Return(0));
   EXPECT_EQ(0, Request().Login(nullptr));
