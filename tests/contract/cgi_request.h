@@ -53,6 +53,7 @@ class CgiRequest {
   /// @return what it printed; "(signal N)" or "(exit N)" in front when it did not end well
   std::string Run(const std::function<void()>& program) const {
     const int output = memfd_create("output", 0);
+    fflush(stdout);  // the child would print what is buffered here again
     const pid_t child = fork();
     if (child == 0) {
       clearenv();
