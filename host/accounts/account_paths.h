@@ -7,6 +7,7 @@ constexpr char kAccountsPath[] = "/usr/kest/etc/accounts.db";
 // Where SQLite puts what was committed until it is folded into the file.
 constexpr char kAccountsLogPath[] = "/usr/kest/etc/accounts.db-wal";
 constexpr char kFailuresPath[] = "/usr/kest/var/login_failures.db";
+constexpr char kHashSlotsPath[] = "/usr/kest/var/login_slots";
 
 }  // namespace kest
 

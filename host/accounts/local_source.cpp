@@ -1,5 +1,6 @@
 #include "host/accounts/account_database.h"
 #include "host/accounts/account_source.h"
+#include "host/accounts/hash_slot.h"
 #include "host/accounts/password.h"
 
 namespace kest {
@@ -30,6 +31,8 @@ class LocalAccounts : public AccountSource {
         return PasswordCheck::kFailed;
       }
     }
+    const HashSlot slot;
+    if (!slot.held()) return PasswordCheck::kFailed;
     if (!PasswordMatches(password, hash)) return PasswordCheck::kWrong;
     *out = account;
     return PasswordCheck::kRight;
