@@ -7,8 +7,8 @@
 /// context and stay valid until KestCgiFree(). A context and its calls belong to one thread.
 ///
 /// A request that the core refuses while reading it (body too large, broken length, NUL byte in a value, ...) is
-/// remembered for the process: KestCgiIsAuthorized() and KestCgiLogin() then answer 0, and KestCgiPrintHTTPHeader() puts
-/// a "Status" line (400, 413, ...) and "x-request-refused" with the reason into the header block.
+/// remembered for the process: KestCgiIsAuthorized() and KestCgiLogin() then answer 0, and KestCgiPrintHTTPHeader()
+/// puts a "Status" line (400, 413, ...) and "x-request-refused" with the reason into the header block.
 #ifndef PLATFORM_KESTCGI_H_
 #define PLATFORM_KESTCGI_H_
 
