@@ -4,6 +4,9 @@
 #include "platform/kestcgi.h"
 #include "tarvel_export.h"
 
+/// @file
+/// The settings of the appliance.
+
 /// Read access to the appliance's system settings and to their factory defaults.
 ///
 ///     KestConf conf;

@@ -4,6 +4,9 @@
 #include "platform/kestcgi.h"
 #include "tarvel_export.h"
 
+/// @file
+/// The texts of the user interface.
+
 /// Localised texts of the user interface, by key, in the language of the request.
 ///
 ///     char login[] = "login";

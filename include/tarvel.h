@@ -8,6 +8,9 @@
 #include "platform/kestcgi.h"
 #include "tarvel_export.h"
 
+/// @file
+/// The request that a CGI program answers.
+
 /// One request to a CGI program: its parameters, cookies and user coming in, headers and JSON replies going out.
 ///
 /// A program makes exactly one, as the first thing in `main`, and keeps it until it exits:
