@@ -2,7 +2,6 @@
 
 #include <stdio.h>
 #include <stdio_ext.h>
-#include <stdlib.h>
 
 #include <new>
 
@@ -12,14 +11,11 @@ namespace {
 
 // Header block and body of an ordinary reply leave in one write: a pipe takes this much at once.
 constexpr size_t kOutputBytes = 64 * 1024;
+char g_output[kOutputBytes];
 
 // Only before the first output: from then on the stream has a buffer, and keeps it.
 void BufferOutputWhole() {
-  if (__fbufsize(stdout) != 0) return;
-  // From the heap, and the stream's until the end: a static array of this size is a mapping more at every start.
-  static char* buffer = nullptr;
-  if (buffer == nullptr) buffer = static_cast<char*>(malloc(kOutputBytes));
-  if (buffer != nullptr) setvbuf(stdout, buffer, _IOFBF, kOutputBytes);
+  if (__fbufsize(stdout) == 0) setvbuf(stdout, g_output, _IOFBF, sizeof(g_output));
 }
 
 }  // namespace
