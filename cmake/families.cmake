@@ -4,4 +4,5 @@ set(TARVEL_FAMILIES
   string_bundle
   tarvel
   form_handler
+  app_banner
 )

@@ -213,6 +213,35 @@ class TARVEL_EXPORT Tarvel {
   bool IsAdmin() const;
 
   /// @}
+  /// @name Page
+  /// @{
+
+  /// The strip of links to the applications, as HTML. An application stands in it when its support setting has the
+  /// factory value "yes" and the logged-in user has its privilege; it is hidden (`display:none`) unless its run setting
+  /// is "yes" and the caller enables it. Names are not localised.
+  ///
+  /// | application        | bit | support setting     | run setting      | span id                       |
+  /// |--------------------|-----|---------------------|------------------|-------------------------------|
+  /// | Management         |     |                     |                  | application-link-management   |
+  /// | File Vento         | 2   | supportfilevento    | runfilevento     | application-link-file         |
+  /// | Audio Vento        | 4   | support_audio       | runaudiovento    | application-link-audio        |
+  /// | Surveillance Vento | 16  | supportsurveillance | runsurveillance  | application-link-surveillance |
+  /// | Download Vento     | 8   | support_download    | download_enabled | application-link-download     |
+  ///
+  /// @param enabledMask     bits of the applications that may be visible
+  /// @param withManagement  whether "Management" comes first: always visible, whoever the user is
+  /// @param iconOnly        true: each link is the icon, and nothing stands between the entries; false: the icon, then
+  ///                        the name as link, and "&nbsp;&nbsp;" between the entries
+  /// @return "&nbsp;", a newline and the entries, at most 4095 bytes; without a login, or when the platform does not
+  ///         know the user's privileges, no entry but "Management"
+  std::string GetAppLinkAsString(int enabledMask, bool withManagement, bool iconOnly);
+
+  /// The style rule by which Internet Explorer 5.5 and 6 draw transparent images.
+  ///
+  /// @return the rule when the environment's HTTP_USER_AGENT contains "MSIE 6" or "MSIE 5.5"; otherwise ""
+  std::string GetIEPNGFixStyle();
+
+  /// @}
   /// @name Reply
   /// @{
 

@@ -4,6 +4,7 @@
 
 #include <type_traits>
 
+#include "app_banner.h"
 #include "form_handler.h"
 #include "kest_conf.h"
 #include "string_bundle.h"
@@ -24,6 +25,7 @@ constexpr bool kHasOneOwner = !std::is_copy_constructible_v<T> && !std::is_copy_
 static_assert(kHasOneOwner<Tarvel>);
 static_assert(kHasOneOwner<KestConf>);
 static_assert(kHasOneOwner<StringBundle>);
+static_assert(kHasOneOwner<KestAppBanner>);
 static_assert(kHasOneOwner<FormValidator>);
 static_assert(kHasOneOwner<SomeForm>);
 static_assert(kHasOneOwner<TextFieldValidator>);
@@ -31,7 +33,8 @@ static_assert(kHasOneOwner<StringListValidator>);
 
 static_assert(std::is_abstract_v<FieldValidator> && std::is_abstract_v<ServerFormHandler>);
 static_assert(!std::is_polymorphic_v<Tarvel> && !std::is_polymorphic_v<KestConf> &&
-              !std::is_polymorphic_v<StringBundle> && !std::is_polymorphic_v<FormValidator>);
+              !std::is_polymorphic_v<StringBundle> && !std::is_polymorphic_v<FormValidator> &&
+              !std::is_polymorphic_v<KestAppBanner>);
 static_assert(std::has_virtual_destructor_v<FieldValidator> && std::has_virtual_destructor_v<ServerFormHandler>);
 
 static_assert(!std::is_convertible_v<bool, Tarvel> && !std::is_convertible_v<bool, FormValidator>);

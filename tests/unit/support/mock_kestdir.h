@@ -12,6 +12,7 @@ namespace tarvel_test {
 class MockKestDir : public CurrentMock<MockKestDir> {
  public:
   MOCK_METHOD(int, IsDomainUG, (const char* name));
+  MOCK_METHOD(int, KESTUserPrivilegeGet, (const char* name));
 };
 
 }  // namespace tarvel_test
