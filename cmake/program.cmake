@@ -21,6 +21,7 @@ function(tarvel_program name)
   add_executable(${name}.cgi ${arg_SOURCES})
   target_link_libraries(${name}.cgi PRIVATE tarvel_build_flags ${arg_LIBRARIES})
   if(TARVEL_STATIC_PROGRAMS AND NOT arg_SHARED)
+    set_property(GLOBAL APPEND PROPERTY TARVEL_FULLY_STATIC ${name}.cgi)
     target_link_libraries(${name}.cgi PRIVATE tarvel_static kest_static)
     target_compile_options(${name}.cgi PRIVATE -fno-pie)
     # Nothing is searched at run time, so the installation must not look for a path to change.
