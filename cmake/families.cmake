@@ -5,4 +5,5 @@ set(TARVEL_FAMILIES
   tarvel
   form_handler
   app_banner
+  mobile_detector
 )

@@ -7,6 +7,7 @@
 #include "app_banner.h"
 #include "form_handler.h"
 #include "kest_conf.h"
+#include "mobile_detector.h"
 #include "string_bundle.h"
 #include "tarvel.h"
 
@@ -26,6 +27,7 @@ static_assert(kHasOneOwner<Tarvel>);
 static_assert(kHasOneOwner<KestConf>);
 static_assert(kHasOneOwner<StringBundle>);
 static_assert(kHasOneOwner<KestAppBanner>);
+static_assert(kHasOneOwner<MobileDetector>);
 static_assert(kHasOneOwner<FormValidator>);
 static_assert(kHasOneOwner<SomeForm>);
 static_assert(kHasOneOwner<TextFieldValidator>);
@@ -34,7 +36,7 @@ static_assert(kHasOneOwner<StringListValidator>);
 static_assert(std::is_abstract_v<FieldValidator> && std::is_abstract_v<ServerFormHandler>);
 static_assert(!std::is_polymorphic_v<Tarvel> && !std::is_polymorphic_v<KestConf> &&
               !std::is_polymorphic_v<StringBundle> && !std::is_polymorphic_v<FormValidator> &&
-              !std::is_polymorphic_v<KestAppBanner>);
+              !std::is_polymorphic_v<KestAppBanner> && !std::is_polymorphic_v<MobileDetector>);
 static_assert(std::has_virtual_destructor_v<FieldValidator> && std::has_virtual_destructor_v<ServerFormHandler>);
 
 static_assert(!std::is_convertible_v<bool, Tarvel> && !std::is_convertible_v<bool, FormValidator>);

@@ -18,12 +18,21 @@ void Ledger::Give(const char* kind, const void* thing) {
 bool Ledger::GiveIfHeld(const char* kind, const void* thing) {
   const auto entry = std::find(held_.begin(), held_.end(), std::pair<std::string, const void*>(kind, thing));
   if (entry == held_.end()) return false;
+  returned_.push_back(*entry);
   held_.erase(entry);
   return true;
 }
 
 bool Ledger::Holds(const char* kind, const void* thing) const {
   return std::find(held_.begin(), held_.end(), std::pair<std::string, const void*>(kind, thing)) != held_.end();
+}
+
+std::vector<const void*> Ledger::Returned(const char* kind) const {
+  std::vector<const void*> things;
+  for (const auto& entry : returned_) {
+    if (entry.first == kind) things.push_back(entry.second);
+  }
+  return things;
 }
 
 std::vector<std::string> Ledger::Outstanding() const {

@@ -16,11 +16,14 @@ class Ledger {
   /// True when the thing was out as this kind; it is in again.
   bool GiveIfHeld(const char* kind, const void* thing);
   bool Holds(const char* kind, const void* thing) const;
+  /// The things of a kind that came back, in the order of their return.
+  std::vector<const void*> Returned(const char* kind) const;
   /// Kinds of everything still out, in the order of taking.
   std::vector<std::string> Outstanding() const;
 
  private:
   std::vector<std::pair<std::string, const void*>> held_;
+  std::vector<std::pair<std::string, const void*>> returned_;
 };
 
 }  // namespace tarvel_test

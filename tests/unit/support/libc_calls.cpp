@@ -7,9 +7,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <regex.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -40,9 +42,14 @@ void* RealCalloc(size_t count, size_t bytes) __asm__("__real_calloc");
 void RealFree(void* block) __asm__("__real_free");
 FILE* RealFopen(const char* path, const char* mode) __asm__("__real_fopen64");
 int RealFputs(const char* text, FILE* file) __asm__("__real_fputs");
+char* RealStrdup(const char* text) __asm__("__real_strdup");
 int RealFclose(FILE* file) __asm__("__real_fclose");
 int RealRename(const char* from, const char* to) __asm__("__real_rename");
 int RealRemove(const char* path) __asm__("__real_remove");
+int RealRegcomp(regex_t* compiled, const char* pattern, int flags) __asm__("__real_regcomp");
+int RealRegexec(const regex_t* compiled, const char* text, size_t slots, regmatch_t* found,
+                int flags) __asm__("__real_regexec");
+void RealRegfree(regex_t* compiled) __asm__("__real_regfree");
 
 pid_t WrapSetsid() __asm__("__wrap_setsid");
 int WrapOpen(const char* path, int flags, ...) __asm__("__wrap_open64");
@@ -55,10 +62,15 @@ void* WrapCalloc(size_t count, size_t bytes) __asm__("__wrap_calloc");
 void WrapFree(void* block) __asm__("__wrap_free");
 FILE* WrapFopen(const char* path, const char* mode) __asm__("__wrap_fopen64");
 int WrapFputs(const char* text, FILE* file) __asm__("__wrap_fputs");
+char* WrapStrdup(const char* text) __asm__("__wrap_strdup");
 int WrapFclose(FILE* file) __asm__("__wrap_fclose");
 int WrapRename(const char* from, const char* to) __asm__("__wrap_rename");
 int WrapRemove(const char* path) __asm__("__wrap_remove");
 int WrapSystem(const char* command) __asm__("__wrap_system");
+int WrapRegcomp(regex_t* compiled, const char* pattern, int flags) __asm__("__wrap_regcomp");
+int WrapRegexec(const regex_t* compiled, const char* text, size_t slots, regmatch_t* found,
+                int flags) __asm__("__wrap_regexec");
+void WrapRegfree(regex_t* compiled) __asm__("__wrap_regfree");
 
 }  // extern "C"
 
@@ -67,6 +79,7 @@ namespace {
 using tarvel_test::Machine;
 
 constexpr char kBlock[] = "block from malloc";
+constexpr char kPattern[] = "compiled pattern";
 constexpr char kMakeDirectory[] = "/bin/mkdir -p ";
 
 // Notes the call; true when the test wants it to fail.
@@ -147,6 +160,10 @@ FILE* WrapFopen(const char* path, const char* mode) {
 
 int WrapFputs(const char* text, FILE* file) { return Fails("fputs", "") ? EOF : RealFputs(text, file); }
 
+char* WrapStrdup(const char* text) {
+  return Fails("strdup", text) ? nullptr : static_cast<char*>(Tracked(RealStrdup(text)));
+}
+
 int WrapFclose(FILE* file) {
   const bool fails = Fails("fclose", "");
   const int result = RealFclose(file);
@@ -170,4 +187,24 @@ int WrapSystem(const char* command) {
   std::error_code error;
   std::filesystem::create_directories(RealPath(command + std::strlen(kMakeDirectory)), error);
   return error ? 1 : 0;
+}
+
+// GoogleTest compiles patterns too, inside and outside of tests; they come and go in pairs.
+int WrapRegcomp(regex_t* compiled, const char* pattern, int flags) {
+  if (Fails("regcomp", std::string(pattern) + " " + std::to_string(flags))) return errno;
+  const int result = RealRegcomp(compiled, pattern, flags);
+  if (result == 0 && Machine::Current() != nullptr) Machine::Current()->ledger().Take(kPattern, compiled);
+  return result;
+}
+
+int WrapRegexec(const regex_t* compiled, const char* text, size_t slots, regmatch_t* found, int flags) {
+  if (Fails("regexec", std::to_string(slots) + " " + std::to_string(flags))) return errno;
+  return RealRegexec(compiled, text, slots, found, flags);
+}
+
+// A pattern that could not be compiled may be released as well.
+void WrapRegfree(regex_t* compiled) {
+  if (Machine::Current() != nullptr) Machine::Current()->ledger().GiveIfHeld(kPattern, compiled);
+  Fails("regfree", "");
+  RealRegfree(compiled);
 }

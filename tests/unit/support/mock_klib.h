@@ -12,6 +12,7 @@ namespace tarvel_test {
 class MockKlib : public CurrentMock<MockKlib> {
  public:
   MOCK_METHOD(int, BlKLIBIsIpMask, (const char* text));
+  MOCK_METHOD(char*, SzKLIBStrCaseLower, (char* text));
 };
 
 }  // namespace tarvel_test
