@@ -6,4 +6,5 @@ set(TARVEL_FAMILIES
   form_handler
   app_banner
   mobile_detector
+  ofc_chart
 )
