@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
+#include "internal/buffer.h"
 #include "internal/json_text.h"
 #include "internal/log.h"
 #include "platform/kestdir.h"
@@ -33,10 +33,7 @@ constexpr char kModuleDir[] = "/tmp/tarvel/modules";
 constexpr char kMakeModuleDir[] = "/bin/mkdir -p /tmp/tarvel/modules";
 constexpr char kConfigFile[] = "/usr/kest/etc/tarvel.cfg";
 
-struct FreeBuffer {
-  void operator()(char* buffer) const { std::free(buffer); }
-};
-using Buffer = std::unique_ptr<char, FreeBuffer>;
+using tarvel_internal::Buffer;
 
 // Not a smart pointer: the platform's release is called for an empty list too.
 class MountedVolumes {
