@@ -1,8 +1,11 @@
 // The fixture itself: what it promises to notice, it notices.
 
 #include <gtest/gtest-spi.h>
+#include <regex.h>
 #include <syslog.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -64,6 +67,13 @@ void KeepABlock() {
   block = std::malloc(3);
 }
 
+regex_t pattern;
+
+void KeepAPattern() {
+  Inner inner;
+  regcomp(&pattern, "a", REG_EXTENDED);
+}
+
 void CallThePlatformUnexpectedly() {
   Inner inner;
   KestCgiIsUploadRequest();
@@ -95,11 +105,19 @@ void PrintWithoutAsking() {
 
 void OrderAFaultThatNeverHappens() { Inner().machine().FailNext("open", 5); }
 
+void OrderAFaultThatComesTooLate() {
+  Inner inner;
+  inner.machine().FailAfter("close", 1, 5);
+  EXPECT_EQ(-1, close(-1));
+}
+
 TEST(PlatformTestTest, NoticesWhatIsNotGivenBack) {
   EXPECT_NONFATAL_FAILURE(LeaveAContextOpen(), "leaked: platform context");
   EXPECT_NONFATAL_FAILURE(KeepAListOfVolumes(), "leaked: list of mounted volumes");
   EXPECT_NONFATAL_FAILURE(KeepABlock(), "leaked: block from malloc");
   std::free(block);
+  EXPECT_NONFATAL_FAILURE(KeepAPattern(), "leaked: compiled pattern");
+  regfree(&pattern);
 }
 
 TEST(PlatformTestTest, NoticesWrongUseOfAContext) {
@@ -124,6 +142,7 @@ TEST(PlatformTestTest, NoticesOutputThatIsNotWanted) {
 
 TEST(PlatformTestTest, NoticesFaultsThatWereNeverMet) {
   EXPECT_NONFATAL_FAILURE(OrderAFaultThatNeverHappens(), "was to fail and was never called: open");
+  EXPECT_NONFATAL_FAILURE(OrderAFaultThatComesTooLate(), "was to fail and was never called: close");
 }
 
 class MachineTest : public PlatformTest {};
@@ -132,6 +151,14 @@ TEST_F(MachineTest, KeepsErrnoForLogLinesThatPrintIt) {
   errno = ENOENT;
   syslog(LOG_ERR, "%s:%d %m", "tarvel", 7);
   ExpectLogged("tarvel:# No such file or directory");
+}
+
+TEST_F(MachineTest, FailsACallAfterSoManyThatDoNot) {
+  machine().FailAfter("remove", 2, EIO);
+  for (const int error : {ENOENT, ENOENT, EIO, ENOENT}) {
+    EXPECT_EQ(-1, std::remove(ScratchPath("missing").c_str()));
+    EXPECT_EQ(error, errno);
+  }
 }
 
 TEST_F(MachineTest, FindsFixedPathsBelowItsOwnRootAndLeavesOthers) {

@@ -25,7 +25,9 @@ void Machine::Note(const std::string& call) { calls_.push_back(call); }
 
 std::vector<std::string> Machine::TakeCalls() { return std::exchange(calls_, {}); }
 
-void Machine::FailNext(const char* call, int error_number) { faults_.emplace_back(call, error_number); }
+void Machine::FailAfter(const char* call, int successes, int error_number) {
+  faults_.push_back({call, successes, error_number});
+}
 
 void Machine::ShortenNextRead(long bytes) { read_limit_ = bytes; }
 
@@ -38,9 +40,9 @@ std::string Machine::RealPath(const std::string& path) const {
 
 bool Machine::Fails(const char* call) {
   const auto fault =
-      std::find_if(faults_.begin(), faults_.end(), [call](const auto& entry) { return entry.first == call; });
-  if (fault == faults_.end()) return false;
-  errno = fault->second;
+      std::find_if(faults_.begin(), faults_.end(), [call](const auto& entry) { return entry.call == call; });
+  if (fault == faults_.end() || fault->successes-- > 0) return false;
+  errno = fault->error_number;
   faults_.erase(fault);
   return true;
 }
@@ -52,7 +54,7 @@ long Machine::ReadLimit(long wanted) {
 
 std::vector<std::string> Machine::UnusedFaults() const {
   std::vector<std::string> calls;
-  for (const auto& fault : faults_) calls.push_back(fault.first);
+  for (const auto& fault : faults_) calls.push_back(fault.call);
   if (read_limit_ >= 0) calls.emplace_back("read");
   return calls;
 }

@@ -2,7 +2,6 @@
 #define TESTS_UNIT_SUPPORT_MACHINE_H
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "support/ledger.h"
@@ -29,7 +28,9 @@ class Machine {
   std::vector<std::string> TakeCalls();
 
   /// The next libc call of this name fails with `error_number`; a further one fails the call after that, and so on.
-  void FailNext(const char* call, int error_number);
+  void FailNext(const char* call, int error_number) { FailAfter(call, 0, error_number); }
+  /// The same after `successes` further calls of this name.
+  void FailAfter(const char* call, int successes, int error_number);
   /// The next read gives at most `bytes`, with errno as it is.
   void ShortenNextRead(long bytes);
 
@@ -46,10 +47,16 @@ class Machine {
   std::vector<std::string> UnusedFaults() const;
 
  private:
+  struct Fault {
+    std::string call;
+    int successes;
+    int error_number;
+  };
+
   std::string root_;
   Ledger ledger_;
   std::vector<std::string> calls_;
-  std::vector<std::pair<std::string, int>> faults_;
+  std::vector<Fault> faults_;
   long read_limit_ = -1;
 };
 
