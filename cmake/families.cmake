@@ -7,4 +7,5 @@ set(TARVEL_FAMILIES
   app_banner
   mobile_detector
   ofc_chart
+  webutils
 )

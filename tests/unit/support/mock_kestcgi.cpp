@@ -130,3 +130,7 @@ int KestCgiLogout(KESTCGI* ctx, const char* user) { return CalledOn(ctx, "KestCg
 int KestCgiDomValidShareWrite(const char* user, const char* buf) {
   return Called("KestCgiDomValidShareWrite").KestCgiDomValidShareWrite(user, buf);
 }
+
+int KestCgiURLEncode(const char* text, char* buf, int size) {
+  return Called("KestCgiURLEncode").KestCgiURLEncode(text, buf, size);
+}

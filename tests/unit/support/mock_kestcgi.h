@@ -45,6 +45,7 @@ class MockKestCgi : public CurrentMock<MockKestCgi> {
   MOCK_METHOD(int, KestCgiLoginNoAuth, (KESTCGI * ctx, char* buf, char* unused, _tag_login_params* params));
   MOCK_METHOD(int, KestCgiLogout, (KESTCGI * ctx, const char* user));
   MOCK_METHOD(int, KestCgiDomValidShareWrite, (const char* user, const char* buf));
+  MOCK_METHOD(int, KestCgiURLEncode, (const char* text, char* buf, int size));
 };
 
 }  // namespace tarvel_test
