@@ -8,4 +8,5 @@ set(TARVEL_FAMILIES
   mobile_detector
   ofc_chart
   webutils
+  template
 )

@@ -10,6 +10,7 @@
 #include "mobile_detector.h"
 #include "string_bundle.h"
 #include "tarvel.h"
+#include "template.h"
 
 namespace tarvel_test {
 namespace {
@@ -29,6 +30,7 @@ static_assert(kHasOneOwner<StringBundle>);
 static_assert(kHasOneOwner<KestAppBanner>);
 static_assert(kHasOneOwner<MobileDetector>);
 static_assert(kHasOneOwner<FormValidator>);
+static_assert(kHasOneOwner<WebUtils::Template>);
 static_assert(kHasOneOwner<SomeForm>);
 static_assert(kHasOneOwner<TextFieldValidator>);
 static_assert(kHasOneOwner<StringListValidator>);
@@ -36,7 +38,8 @@ static_assert(kHasOneOwner<StringListValidator>);
 static_assert(std::is_abstract_v<FieldValidator> && std::is_abstract_v<ServerFormHandler>);
 static_assert(!std::is_polymorphic_v<Tarvel> && !std::is_polymorphic_v<KestConf> &&
               !std::is_polymorphic_v<StringBundle> && !std::is_polymorphic_v<FormValidator> &&
-              !std::is_polymorphic_v<KestAppBanner> && !std::is_polymorphic_v<MobileDetector>);
+              !std::is_polymorphic_v<KestAppBanner> && !std::is_polymorphic_v<MobileDetector> &&
+              !std::is_polymorphic_v<WebUtils::Template>);
 static_assert(std::has_virtual_destructor_v<FieldValidator> && std::has_virtual_destructor_v<ServerFormHandler>);
 
 static_assert(!std::is_convertible_v<bool, Tarvel> && !std::is_convertible_v<bool, FormValidator>);
