@@ -45,6 +45,14 @@ test("words looks up texts and settings", () => {
   });
 });
 
+test("page greets by name, and markup in the name is text", () => {
+  const page = (name) => `<!DOCTYPE html>\n<title>Greeting</title>\n<p>Hello ${name}!</p>\n`;
+  const reply = example("page");
+  assert.equal(reply.headers.get("content-type"), 'text/html; charset="UTF-8"');
+  assert.equal(reply.text, page("nobody"));
+  assert.equal(example("page", { query: { name: "<b>{title}&" } }).text, page("&lt;b&gt;{title}&amp;"));
+});
+
 test("record counts from request to request", () => {
   assert.deepEqual([1, 2, 3].map(() => example("record", { cookie }).json.count), [1, 2, 3]);
 });
