@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include "platform/kestdir.h"
 
@@ -73,6 +74,15 @@ void Serve(const Client& client, const std::function<void(KESTCGI*, Answer*)>& b
   answer->refused_to_answer = false;
 }
 
+// The tool; built for another processor, behind the words that run such programs here.
+std::vector<std::string> ToolCommand() {
+  std::vector<std::string> command;
+  std::istringstream words(CONTRACT_EMULATOR);
+  for (std::string word; std::getline(words, word, '|');) command.push_back(word);
+  command.push_back("/usr/kest/bin/kestaccount");
+  return command;
+}
+
 }  // namespace
 
 void SessionTest::SetUp() {
@@ -91,8 +101,10 @@ void SessionTest::SetUp() {
 }
 
 int SessionTest::Account(const std::vector<std::string>& arguments, const std::string& password) {
-  std::vector<char*> argv{const_cast<char*>("kestaccount")};
-  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  std::vector<std::string> command = ToolCommand();
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : command) argv.push_back(word.data());
   argv.push_back(nullptr);
   int input[2];
   if (pipe(input) != 0) return -1;
@@ -105,7 +117,7 @@ int SessionTest::Account(const std::vector<std::string>& arguments, const std::s
   posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t pid = 0;
-  const bool spawned = posix_spawn(&pid, "/usr/kest/bin/kestaccount", &actions, nullptr, argv.data(), environ) == 0;
+  const bool spawned = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0;
   posix_spawn_file_actions_destroy(&actions);
   close(input[0]);
   int status = 0;
