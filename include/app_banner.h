@@ -7,6 +7,9 @@
 #include "tarvel.h"
 #include "tarvel_export.h"
 
+/// @file
+/// The banner of a page as HTML fragments.
+
 /// The banner of a page: a welcome, the way back to the desktop, the way out.
 ///
 ///     KestAppBanner banner(request);                // after request.IsAuthorized()

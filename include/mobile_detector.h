@@ -6,6 +6,9 @@
 #include "tarvel.h"
 #include "tarvel_export.h"
 
+/// @file
+/// Telling phones and tablets from desktops.
+
 /// Whether a request comes from a phone or tablet, and whether its user wants the desktop's pages anyway.
 ///
 ///     Tarvel request(true);

@@ -5,6 +5,9 @@
 
 #include "tarvel_export.h"
 
+/// @file
+/// Charts described as JSON.
+
 /// A line of a chart. Numbers that are not greater than 0 and null texts are left out of the description.
 struct _tag_KEST_CHART_LINE_ELEM_ {
   int width;               ///< "width", in pixels
