@@ -9,4 +9,5 @@ set(TARVEL_FAMILIES
   ofc_chart
   webutils
   template
+  http_file_outputer
 )

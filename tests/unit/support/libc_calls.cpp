@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <regex.h>
+#include <sys/select.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <string>
 
@@ -24,9 +26,13 @@
 #if __SIZEOF_POINTER__ == 4
 #define STAT_NAME "__stat64_time64"
 #define FSTAT_NAME "__fstat64_time64"
+#define SELECT_NAME "__select64"
+#define TIME_NAME "__time64"
 #else
 #define STAT_NAME "stat64"
 #define FSTAT_NAME "fstat64"
+#define SELECT_NAME "select"
+#define TIME_NAME "time"
 #endif
 
 extern "C" {
@@ -42,7 +48,13 @@ void* RealCalloc(size_t count, size_t bytes) __asm__("__real_calloc");
 void RealFree(void* block) __asm__("__real_free");
 FILE* RealFopen(const char* path, const char* mode) __asm__("__real_fopen64");
 int RealFputs(const char* text, FILE* file) __asm__("__real_fputs");
+size_t RealFread(void* buffer, size_t bytes, size_t count, FILE* file) __asm__("__real_fread");
+size_t RealFwrite(const void* data, size_t bytes, size_t count, FILE* file) __asm__("__real_fwrite");
+int RealFseeko(FILE* file, off_t offset, int whence) __asm__("__real_fseeko64");
 char* RealStrdup(const char* text) __asm__("__real_strdup");
+int RealSelect(int count, fd_set* in, fd_set* out, fd_set* other, struct timeval* limit) __asm__("__real_" SELECT_NAME);
+pid_t RealGetpid() __asm__("__real_getpid");
+time_t RealTime(time_t* out) __asm__("__real_" TIME_NAME);
 int RealFclose(FILE* file) __asm__("__real_fclose");
 int RealRename(const char* from, const char* to) __asm__("__real_rename");
 int RealRemove(const char* path) __asm__("__real_remove");
@@ -62,7 +74,13 @@ void* WrapCalloc(size_t count, size_t bytes) __asm__("__wrap_calloc");
 void WrapFree(void* block) __asm__("__wrap_free");
 FILE* WrapFopen(const char* path, const char* mode) __asm__("__wrap_fopen64");
 int WrapFputs(const char* text, FILE* file) __asm__("__wrap_fputs");
+size_t WrapFread(void* buffer, size_t bytes, size_t count, FILE* file) __asm__("__wrap_fread");
+size_t WrapFwrite(const void* data, size_t bytes, size_t count, FILE* file) __asm__("__wrap_fwrite");
+int WrapFseeko(FILE* file, off_t offset, int whence) __asm__("__wrap_fseeko64");
 char* WrapStrdup(const char* text) __asm__("__wrap_strdup");
+int WrapSelect(int count, fd_set* in, fd_set* out, fd_set* other, struct timeval* limit) __asm__("__wrap_" SELECT_NAME);
+pid_t WrapGetpid() __asm__("__wrap_getpid");
+time_t WrapTime(time_t* out) __asm__("__wrap_" TIME_NAME);
 int WrapFclose(FILE* file) __asm__("__wrap_fclose");
 int WrapRename(const char* from, const char* to) __asm__("__wrap_rename");
 int WrapRemove(const char* path) __asm__("__wrap_remove");
@@ -146,7 +164,8 @@ void* WrapCalloc(size_t count, size_t bytes) {
 void WrapFree(void* block) {
   Machine* machine = Machine::Current();
   if (machine != nullptr && block != nullptr) {
-    if (machine->ledger().GiveIfHeld(kBlock, block) || machine->ledger().GiveIfHeld("parameter line", block)) {
+    if (machine->ledger().GiveIfHeld(kBlock, block) || machine->ledger().GiveIfHeld("parameter line", block) ||
+        machine->ledger().GiveIfHeld("list of texts", block)) {
       machine->Note("free");
     }
   }
@@ -156,6 +175,47 @@ void WrapFree(void* block) {
 FILE* WrapFopen(const char* path, const char* mode) {
   if (Fails("fopen", std::string(path) + " " + mode)) return nullptr;
   return RealFopen(RealPath(path).c_str(), mode);
+}
+
+size_t WrapFread(void* buffer, size_t bytes, size_t count, FILE* file) {
+  return Fails("fread", std::to_string(bytes * count)) ? 0 : RealFread(buffer, bytes, count, file);
+}
+
+// A failed write has written some of it.
+size_t WrapFwrite(const void* data, size_t bytes, size_t count, FILE* file) {
+  return RealFwrite(data, bytes, Fails("fwrite", std::to_string(bytes * count)) ? count / 2 : count, file);
+}
+
+int WrapFseeko(FILE* file, off_t offset, int whence) {
+  return Fails("fseeko", std::to_string(offset)) ? -1 : RealFseeko(file, offset, whence);
+}
+
+// A fault with error number 0 is a time-out; one of "select report" leaves the descriptor out of the answer. The limit
+// is counted down, as the kernel does it.
+int WrapSelect(int count, fd_set* in, fd_set* out, fd_set* other, struct timeval* limit) {
+  Machine* machine = Machine::Current();
+  if (machine == nullptr) return RealSelect(count, in, out, other, limit);
+  if (in != nullptr || other != nullptr) ADD_FAILURE() << "select on more than writing";
+  std::string arguments;
+  for (int fd = 0; fd < count; ++fd) {
+    if (FD_ISSET(fd, out)) arguments += std::to_string(fd) + " ";
+  }
+  arguments += std::to_string(limit->tv_sec) + "." + std::to_string(limit->tv_usec);
+  if (Fails("select", arguments)) return errno == 0 ? 0 : -1;
+  const int ready = RealSelect(count, in, out, other, limit);
+  *limit = {};
+  if (machine->Fails("select report")) FD_ZERO(out);
+  return ready;
+}
+
+pid_t WrapGetpid() {
+  if (Machine::Current() == nullptr) return RealGetpid();
+  return Fails("getpid", "") ? 0 : 0xabc;
+}
+
+time_t WrapTime(time_t* out) {
+  if (Machine::Current() == nullptr) return RealTime(out);
+  return Fails("time", "") ? -1 : 0x553f100;
 }
 
 int WrapFputs(const char* text, FILE* file) { return Fails("fputs", "") ? EOF : RealFputs(text, file); }

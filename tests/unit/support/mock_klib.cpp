@@ -1,7 +1,38 @@
 #include "support/mock_klib.h"
 
-int BlKLIBIsIpMask(const char* text) { return tarvel_test::MockKlib::Called("BlKLIBIsIpMask").BlKLIBIsIpMask(text); }
+#include <cstdlib>
 
-char* SzKLIBStrCaseLower(char* text) {
-  return tarvel_test::MockKlib::Called("SzKLIBStrCaseLower").SzKLIBStrCaseLower(text);
+using tarvel_test::Machine;
+using tarvel_test::MockKlib;
+
+namespace {
+
+constexpr char kTexts[] = "list of texts";
+
+}  // namespace
+
+int BlKLIBIsIpMask(const char* text) { return MockKlib::Called("BlKLIBIsIpMask").BlKLIBIsIpMask(text); }
+
+PSZLIST PslKLIBSzListAlloc(int bytes) {
+  PSZLIST list = MockKlib::Called("PslKLIBSzListAlloc").PslKLIBSzListAlloc(bytes);
+  if (list != nullptr) Machine::Current()->ledger().Take(kTexts, list);
+  return list;
 }
+
+int KLIBStrTok(const char* text, const char* delims, PSZLIST* list) {
+  const PSZLIST before = *list;
+  const int count = MockKlib::Called("KLIBStrTok").KLIBStrTok(text, delims, list);
+  if (*list == before) return count;
+  Machine::Current()->ledger().Give(kTexts, before);
+  Machine::Current()->ledger().Take(kTexts, *list);
+  std::free(before);
+  return count;
+}
+
+char* SzKLIBSzListGet(PSZLIST list, int index) {
+  return MockKlib::Called("SzKLIBSzListGet").SzKLIBSzListGet(list, index);
+}
+
+int KLIBStrTrimSpace(char* in, char* out) { return MockKlib::Called("KLIBStrTrimSpace").KLIBStrTrimSpace(in, out); }
+
+char* SzKLIBStrCaseLower(char* text) { return MockKlib::Called("SzKLIBStrCaseLower").SzKLIBStrCaseLower(text); }

@@ -8,11 +8,15 @@
 
 namespace tarvel_test {
 
-/// platform/klib.h.
+/// platform/klib.h. A list must be given back exactly once, under the handle that the last call left.
 class MockKlib : public CurrentMock<MockKlib> {
  public:
   MOCK_METHOD(int, BlKLIBIsIpMask, (const char* text));
   MOCK_METHOD(char*, SzKLIBStrCaseLower, (char* text));
+  MOCK_METHOD(PSZLIST, PslKLIBSzListAlloc, (int bytes));
+  MOCK_METHOD(int, KLIBStrTok, (const char* text, const char* delims, PSZLIST* list));
+  MOCK_METHOD(char*, SzKLIBSzListGet, (PSZLIST list, int index));
+  MOCK_METHOD(int, KLIBStrTrimSpace, (char* in, char* out));
 };
 
 }  // namespace tarvel_test
