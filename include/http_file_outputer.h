@@ -6,6 +6,9 @@
 
 #include "tarvel_export.h"
 
+/// @file
+/// Sends files to browsers: whole, by one byte range or by several (RFC 9110 section 14).
+
 /// One range of a file, as a client asks for it: offsets in bytes, from 0.
 struct _tag_HTTP_RANGE_SEGMENT {
   long long start;  ///< first byte; negative where a suffix is longer than the file
