@@ -36,8 +36,15 @@ const body = (fields) => ({ method: 'POST', body: fields });
 export const get = (program, fields = {}) => call(`${program}.cgi?${new URLSearchParams(fields)}`);
 export const post = (program, fields = {}) => call(`${program}.cgi`, body(new URLSearchParams(fields)));
 export const postUpload = (program, formData) => call(`${program}.cgi`, body(formData));
-export const postJson = (program, value) => call(`${program}.cgi`, {
-  ...body(JSON.stringify(value)),
-  headers: { 'content-type': 'application/json' },
-  keepalive: true,
-});
+
+// A request may outlive its page only with a small body; browsers refuse to send a larger one (64 KiB of all together).
+const kOutlivingBytes = 60_000;
+
+export const postJson = (program, value) => {
+  const bytes = new TextEncoder().encode(JSON.stringify(value));
+  return call(`${program}.cgi`, {
+    ...body(bytes),
+    headers: { 'content-type': 'application/json' },
+    keepalive: bytes.length <= kOutlivingBytes,
+  });
+};

@@ -97,7 +97,9 @@ test("A request that the appliance cannot serve is said on the page, which stays
     const { page, url, shot } = site;
     await openGeneral(site);
     await openForm(page);
+    const draft = page.waitForResponse((reply) => reply.url().endsWith("/draft.cgi") && reply.status() === 413);
     await page.fill("#timezone", "x".repeat(1_100_000));
+    await draft;
     await page.click("#save");
     await page.waitForSelector("#notice.error");
     assert.equal(await page.textContent("#notice"), "The appliance could not carry out this request. Please try again.");
