@@ -90,13 +90,13 @@ class TARVEL_EXPORT HTTPFileOutputer {
   /// file's end means that end. Numbers are read as `strtoull` reads them, with blanks and signs in front; nothing may
   /// stand behind them.
   ///
-  /// @param spec      the text; may be null
+  /// @param range     the text; may be null
   /// @param fileSize  bytes of the file
   /// @param segment   receives the range; its value does not matter unless the result is 1; may be null
   /// @return 1 when it is a range, also when N is more than the file has: `start` is then negative; -1 when the first
   ///         byte lies behind the last one or behind the file's end, or N is 0; 0 when it is malformed, a number is
   ///         beyond the signed 64 bits, an argument is null, or memory ran out (logged: "failed to malloc for string")
-  int GetRangeSegment(const char* spec, long long fileSize, _tag_HTTP_RANGE_SEGMENT* segment);
+  int GetRangeSegment(const char* range, long long fileSize, _tag_HTTP_RANGE_SEGMENT* segment);
 
   /// Copies a piece of a file. Before each piece of at most 8192 bytes it waits until `out` takes data, for an hour at
   /// most; each piece is flushed.

@@ -257,11 +257,11 @@ int HTTPFileOutputer::SeekHttpRange(_tag_HTTP_RANGE_SEGMENT** segments, long lon
   return count;
 }
 
-int HTTPFileOutputer::GetRangeSegment(const char* spec, long long fileSize, _tag_HTTP_RANGE_SEGMENT* segment) {
-  if (spec == nullptr || segment == nullptr) return 0;
-  const Text text(strdup(spec));
+int HTTPFileOutputer::GetRangeSegment(const char* range, long long fileSize, _tag_HTTP_RANGE_SEGMENT* segment) {
+  if (range == nullptr || segment == nullptr) return 0;
+  const Text text(strdup(range));
   if (!text) {
-    LogError("%s(%d): failed to malloc for string: %s", spec);
+    LogError("%s(%d): failed to malloc for string: %s", range);
     return 0;
   }
   if (!ReadRange(text.get(), fileSize, *segment)) return 0;
