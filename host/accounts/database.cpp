@@ -3,11 +3,20 @@
 #include <stdio.h>
 #include <sys/stat.h>
 #include <syslog.h>
+#include <time.h>
 
 namespace kest {
 namespace {
 
 constexpr int kBusyTimeoutMs = 5000;
+constexpr int kPollMs = 10;
+
+bool IsBusy(int result) { return (result & 0xff) == SQLITE_BUSY; }
+
+void Pause() {
+  const timespec poll = {0, kPollMs * 1000 * 1000};
+  nanosleep(&poll, nullptr);
+}
 
 }  // namespace
 
@@ -49,7 +58,19 @@ bool Database::Prepare(const Schema& schema) {
     syslog(LOG_ERR, "%s: version %d is newer than this program", path_.c_str(), version);
     return false;
   }
-  return Execute("PRAGMA journal_mode = WAL") && Migrate(schema);
+  return UseLog() && Migrate(schema);
+}
+
+// SQLite gives up at once when another process switches the same file, busy timeout or not: the waiting is done here.
+bool Database::UseLog() {
+  constexpr const char* kSwitch = "PRAGMA journal_mode = WAL";
+  for (int waited_ms = 0; waited_ms < kBusyTimeoutMs; waited_ms += kPollMs) {
+    const int result = sqlite3_exec(handle(), kSwitch, nullptr, nullptr, nullptr);
+    if (result == SQLITE_OK) return true;
+    if (!IsBusy(result)) break;
+    Pause();
+  }
+  return Fail(kSwitch);
 }
 
 bool Database::Migrate(const Schema& schema) {

@@ -44,6 +44,7 @@ class Database {
   Database(sqlite3* handle, const char* path) : handle_(handle), path_(path) {}
   static std::unique_ptr<Database> OpenWith(const char* path, int flags, const Schema& schema);
   bool Prepare(const Schema& schema);
+  bool UseLog();
   bool Migrate(const Schema& schema);
   int Version();
 

@@ -2,7 +2,9 @@
 #include "host/accounts/failure_table.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <fstream>
 
@@ -85,6 +87,32 @@ TEST_F(FailureTableTest, ItStaysBoundedAndKeepsTheNameUnderAttack) {
   EXPECT_EQ(4096, Number("SELECT count(*) FROM failures"));
   EXPECT_EQ(1, table_->SecondsToWait("anna"));
   EXPECT_EQ(1, Number("SELECT count(*) FROM failures WHERE name = 'made-up-4299'"));
+}
+
+// The first wrong passwords after an installation may come together; each of them finds no database yet.
+TEST_F(FailureTableTest, ManyProcessesMayMakeItAtOnce) {
+  constexpr int kProcesses = 6;
+  for (int round = 0; round < 40; ++round) {
+    const std::string path = folder_.File("new" + std::to_string(round));
+    int gate[2];
+    ASSERT_EQ(0, pipe(gate));
+    for (int i = 0; i < kProcesses; ++i) {
+      if (fork() != 0) continue;
+      close(gate[1]);
+      char none;
+      if (read(gate[0], &none, 1) != 0) _exit(2);
+      const auto table = FailureTable::Open(path.c_str());
+      _exit(table != nullptr && table->Add("anna") ? 0 : 1);
+    }
+    close(gate[0]);
+    close(gate[1]);  // all start together
+    for (int i = 0; i < kProcesses; ++i) {
+      int status = -1;
+      wait(&status);
+      EXPECT_EQ(0, status);
+    }
+    EXPECT_EQ(8, FailureTable::Open(path.c_str())->SecondsToWait("anna")) << "all six were counted";
+  }
 }
 
 TEST_F(FailureTableTest, AFileThatIsNoDatabaseIsAFailureAndStays) {
