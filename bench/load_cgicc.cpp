@@ -7,7 +7,7 @@
 #include <iostream>
 
 #include "platform/kestcgi.h"
-#include "settings_fields.h"
+#include "settings.h"
 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
@@ -27,18 +27,6 @@ bool Allowed(const cgicc::Cgicc& cgi) {
   const int answer = KestCgiIsAuthorized(&session, user, sizeof user, &question, KEST_CGI_POSITION_ADMINISTRATION);
   KestCgiFree(&session);
   return answer > 0;
-}
-
-Json::Value Settings() {
-  KESTCGI settings;
-  KestCgiInit("", &settings);
-  KestCgiLoadInfo(&settings);
-  Json::Value data;
-  for (const char* field : kSettingsFields) {
-    data[field] = KestCgiGetInfo(&settings, field, KestCgiGetDef(&settings, field, ""));
-  }
-  KestCgiFree(&settings);
-  return data;
 }
 
 }  // namespace

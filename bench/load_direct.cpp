@@ -10,7 +10,7 @@
 #include <string>
 
 #include "platform/kestcgi.h"
-#include "settings_fields.h"
+#include "settings.h"
 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
@@ -23,18 +23,6 @@ void ReadParameters(KESTCGI* request, Json::Value& json) {
   Json::Reader reader;
   if (!reader.parse(line, line + strlen(line), json, true)) KestCgiParseCGIParam(request, line);
   free(line);
-}
-
-Json::Value Settings() {
-  KESTCGI settings;
-  KestCgiInit("", &settings);
-  KestCgiLoadInfo(&settings);
-  Json::Value data;
-  for (const char* field : kSettingsFields) {
-    data[field] = KestCgiGetInfo(&settings, field, KestCgiGetDef(&settings, field, ""));
-  }
-  KestCgiFree(&settings);
-  return data;
 }
 
 void Answer(KESTCGI* request, const Json::Value& reply) {
