@@ -25,8 +25,9 @@ struct _tag_HTTP_RANGE_SEGMENT {
 ///       return HTTPFileOutputer().Output("/volume1/video/a.mp4", nullptr) == 0 ? 0 : 1;
 ///     }
 ///
-/// Nothing else may be printed, and no header queued: the reply's header block is written here. Each header line ends
-/// in CR LF.
+/// The reply's header block is written here, each line ending in CR LF. No header may be queued, because that would
+/// make a block of its own. Header lines that the program adds (a "Content-Disposition", say) are printed to standard
+/// output before, in the same form and without an empty line.
 ///
 /// | the request                           | the reply, header lines in this order                               |
 /// |---------------------------------------|---------------------------------------------------------------------|

@@ -6,14 +6,16 @@ import { closeSync, openSync, readFileSync, utimesSync, writeFileSync } from "no
 import { basename } from "node:path";
 
 const kTimeout_ms = 20_000;
+const kLongestReply = 64 * 1024 * 1024;
 const kBodyFile = "/tmp/request-body";
 const kClient = "192.0.2.7";
 
 export const settingsFile = "/etc/kestinfo.conf";
 export const passwords = { admin: "a right password", anna: "another one" };
 
-/// program: the name of one of the site's, or a path. request: { method, query, form, json, body, type, cookie, env }; one of form, json and body, or none.
-/// Returns { status, headers, text, json }; json is undefined when the body is no JSON document.
+/// program: the name of one of the site's, or a path. request: { method, query, form, json, body, type, cookie, env, exit }; one of form, json and body, or none;
+/// query is an object, or the query string itself; exit is the status that the program is to end with, usually 0.
+/// Returns { status, headers, head, bytes, text, json }: head and bytes as they came, json undefined when the body is no JSON document.
 export function run(program, request = {}) {
   const body = bodyOf(request);
   const method = request.method ?? (body === undefined ? "GET" : "POST");
@@ -23,17 +25,17 @@ export function run(program, request = {}) {
     SCRIPT_NAME: `/cgi/${basename(program, ".cgi")}.cgi`,
     SERVER_PROTOCOL: "HTTP/1.1",
     REMOTE_ADDR: kClient,
-    QUERY_STRING: new URLSearchParams(request.query ?? {}).toString(),
+    QUERY_STRING: typeof request.query === "string" ? request.query : new URLSearchParams(request.query ?? {}).toString(),
     ...(body !== undefined && { CONTENT_LENGTH: String(Buffer.byteLength(body)), CONTENT_TYPE: typeOf(request) }),
     ...(request.cookie && { HTTP_COOKIE: request.cookie }),
     ...request.env,
   };
   const path = program.includes("/") ? program : `/usr/kest/kestman/cgi/${program}.cgi`;
-  const ended = withBody(body ?? "", (input) => spawnSync(path, { env, stdio: [input, "pipe", "pipe"], timeout: kTimeout_ms }));
+  const ended = withBody(body ?? "", (input) => spawnSync(path, { env, stdio: [input, "pipe", "pipe"], timeout: kTimeout_ms, maxBuffer: kLongestReply }));
   assert.equal(ended.error, undefined, `${program}: ${ended.error}`);
-  assert.deepEqual([ended.status, ended.signal], [0, null], `${program} ended with an error: ${ended.stderr}`);
+  assert.deepEqual([ended.status, ended.signal], [request.exit ?? 0, null], `${program} ended with an error: ${ended.stderr}`);
   assert.equal(ended.stderr.toString(), "", `${program} wrote to standard error`);
-  return parse(ended.stdout.toString("utf8"));
+  return parse(ended.stdout);
 }
 
 // From a file, because a program need not read a body that it refuses, and a pipe would break then.
@@ -58,16 +60,18 @@ function typeOf({ type, json }) {
 
 // A reply has exactly one header block; a status line is optional.
 function parse(output) {
-  const end = /\r?\n\r?\n/.exec(output);
-  assert.ok(end, `no header block in the reply: ${JSON.stringify(output)}`);
+  const end = /\r?\n\r?\n/.exec(output.toString("latin1"));
+  assert.ok(end, `no header block in the reply: ${JSON.stringify(output.toString())}`);
+  const head = output.toString("utf8", 0, end.index);
   const headers = new Headers();
-  for (const line of output.slice(0, end.index).split(/\r?\n/)) {
+  for (const line of head.split(/\r?\n/)) {
     const [, name, value] = /^([^:\s]+): ?(.*)$/.exec(line) ?? assert.fail(`no header: ${line}`);
     headers.append(name, value);
   }
-  const text = output.slice(end.index + end[0].length);
+  const bytes = output.subarray(end.index + end[0].length);
+  const text = bytes.toString("utf8");
   const status = Number.parseInt(headers.get("status") ?? "200", 10);
-  return { status, headers, text, json: parseJson(text) };
+  return { status, headers, head, bytes, text, json: parseJson(text) };
 }
 
 function parseJson(text) {

@@ -1,0 +1,173 @@
+// download.cgi: sends one file of the volume, whole or by ranges, or a folder as an archive.
+//
+//   GET path=/volume1/public/film.webm            the file; "Range" as RFC 9110 section 14 has it
+//   GET path=/volume1/public/photos&archive=tar   the folder and everything below it
+//   HEAD                                          the headers alone
+//
+// Refusals: 403 for what the account may not fetch and for what is no file, 404 for what is not there, 405 for other
+// methods.
+#include <syslog.h>
+#include <tarvel/http_file_outputer.h>
+#include <tarvel/tarvel.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "account_files.h"
+#include "content_disposition.h"
+#include "folder_archive.h"
+#include "reply.h"
+
+namespace {
+
+struct Failure {
+  const char* status;
+  const char* key;
+};
+
+Failure FailureOf(int error) {
+  switch (error) {
+    case EACCES:
+      return {"403 Forbidden", "error_not_yours"};
+    case ENOENT:
+    case ENOTDIR:
+    case ENAMETOOLONG:
+      return {"404 Not Found", "error_missing"};
+    default:
+      return {"500 Internal Server Error", "error_not_read"};
+  }
+}
+
+constexpr Failure kWrongMethod = {"405 Method Not Allowed", "error_method"};
+constexpr Failure kNoFormat = {"400 Bad Request", "error_no_format"};
+constexpr Failure kNoFile = {"403 Forbidden", "error_no_file"};
+constexpr Failure kNoFolder = {"403 Forbidden", "error_no_folder"};
+
+bool IsMethod(const char* name) {
+  const char* method = getenv("REQUEST_METHOD");
+  return method != nullptr && strcmp(method, name) == 0;
+}
+
+// The lines that HTTPFileOutputer does not write. WriteHeader() would end the header block, so they are printed as it
+// prints its own, and before them.
+using Lines = std::vector<std::pair<const char*, std::string>>;
+
+int SendHead(Tarvel& request, const Lines& lines, std::string type) {
+  for (const auto& [name, value] : lines) request.AddHeader(name, value.c_str());
+  return request.WriteHeader(type.data()) ? 0 : 1;
+}
+
+int RefuseFile(Tarvel& request, const Failure& failure) {
+  request.AddHeader("Status", failure.status);
+  if (IsMethod("HEAD")) return SendHead(request, {}, "text/plain; charset=\"UTF-8\"");
+  return site::Refuse(request, "files", failure.key);
+}
+
+// One state of a file from every other, so that a client may join pieces that carry the same tag. The time of the last
+// change of any kind: a writer can set the other one back.
+std::string EntityTag(const struct stat& info) {
+  char tag[80];
+  snprintf(tag, sizeof tag, "\"%llx-%llx-%llx-%lx\"", static_cast<unsigned long long>(info.st_ino),
+           static_cast<unsigned long long>(info.st_size), static_cast<unsigned long long>(info.st_ctim.tv_sec),
+           static_cast<unsigned long>(info.st_ctim.tv_nsec));
+  return tag;
+}
+
+std::string HttpDate(time_t when) {
+  char date[40] = "";
+  struct tm utc;
+  if (gmtime_r(&when, &utc) != nullptr) strftime(date, sizeof date, "%a, %d %b %Y %H:%M:%S GMT", &utc);
+  return date;
+}
+
+// RFC 9110 section 13.1.5: a range of a file that has changed since is not what the client wants. A date is too coarse
+// to tell that, so only the tag counts.
+void ForgetRangeOfAnotherState(const std::string& tag) {
+  const char* wanted = getenv("HTTP_IF_RANGE");
+  if (wanted != nullptr && tag != wanted) unsetenv("HTTP_RANGE");
+}
+
+// Films, music and pictures may open in the browser. A page, a drawing or a document that may hold scripts is kept.
+bool OpensInBrowser(const std::string& type) {
+  if (type == "image/svg+xml") return false;
+  for (const char* family : {"audio/", "image/", "video/"}) {
+    if (type.compare(0, strlen(family), family) == 0) return true;
+  }
+  return false;
+}
+
+Lines LinesFor(const std::string& name, const std::string& type) {
+  return {
+      {"Content-Disposition", site::ContentDisposition(OpensInBrowser(type) ? "inline" : "attachment", name)},
+      {"Content-Security-Policy",
+       "sandbox; default-src 'none'; img-src 'self'; media-src 'self'; style-src 'unsafe-inline'; frame-ancestors "
+       "'none'"},
+      {"X-Content-Type-Options", "nosniff"},
+      {"Cache-Control", "private, no-cache"},
+  };
+}
+
+void Print(const Lines& lines) {
+  for (const auto& [name, value] : lines) printf("%s: %s\r\n", name, value.c_str());
+}
+
+int SendFile(Tarvel& request, const site::FoundFile& file) {
+  if (!S_ISREG(file.info.st_mode)) return RefuseFile(request, kNoFile);
+  FILE* stream = site::OpenFile(file);
+  if (stream == nullptr) return RefuseFile(request, FailureOf(errno));
+
+  HTTPFileOutputer outputer;
+  const std::string type = outputer.GetMimeType(file.name.c_str());
+  const std::string tag = EntityTag(file.info);
+  Lines lines = LinesFor(file.name, type);
+  lines.emplace_back("Accept-Ranges", "bytes");
+  lines.emplace_back("ETag", tag);
+  lines.emplace_back("Last-Modified", HttpDate(file.info.st_mtime));
+  if (IsMethod("HEAD")) {
+    lines.emplace_back("Content-Length", std::to_string(file.info.st_size));
+    return SendHead(request, lines, type);
+  }
+  ForgetRangeOfAnotherState(tag);
+  Print(lines);
+  const int result = outputer.Output(stream, file.name.c_str(), type.c_str());
+  fclose(stream);
+  return result == 0 ? 0 : 1;
+}
+
+int SendArchive(Tarvel& request, const site::FoundFile& folder) {
+  if (!S_ISDIR(folder.info.st_mode)) return RefuseFile(request, kNoFolder);
+  const std::string name = folder.name + ".tar";
+  const std::string type = "application/x-tar";
+  const Lines lines = LinesFor(name, type);
+  if (IsMethod("HEAD")) return SendHead(request, lines, type);
+  site::FolderArchive archive(folder);
+  if (archive.stream() == nullptr) return RefuseFile(request, FailureOf(errno));
+
+  Print(lines);
+  const int result = HTTPFileOutputer().Output(archive.stream(), name.c_str(), type.c_str());
+  // Too late to tell the client, whose archive has an end all the same.
+  if (!archive.Finish() && result == 0) syslog(LOG_ERR, "download: the archive of %s is not complete", name.c_str());
+  return result == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+int main() {
+  Tarvel request(true);
+  if (!request.IsAuthorized(nullptr, 1, KEST_CGI_POSITION_ACCOUNT)) return 0;
+  if (!IsMethod("GET") && !IsMethod("HEAD")) {
+    request.AddHeader("Allow", "GET, HEAD");
+    return RefuseFile(request, kWrongMethod);
+  }
+  site::FoundFile file;
+  const int error = site::FindFile(request.In("path", ""), request.GetLoginUserName(), file);
+  if (error != 0) return RefuseFile(request, FailureOf(error));
+
+  const std::string archive = request.In("archive", "");
+  if (archive.empty()) return SendFile(request, file);
+  return archive == "tar" ? SendArchive(request, file) : RefuseFile(request, kNoFormat);
+}
