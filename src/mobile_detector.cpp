@@ -21,15 +21,22 @@ struct FreeText {
 };
 using Text = std::unique_ptr<char, FreeText>;
 
-// Zeroed first, so that a pattern for which memory is short has no sub-expression and can be released.
+// A pattern for which memory is short has no sub-expression and can be released. It is zeroed afterwards, because what
+// the compiler has counted before it gives up stays counted.
 void Compile(regex_t& pattern, const char* expression) {
-  std::memset(&pattern, 0, sizeof pattern);
-  regcomp(&pattern, expression, REG_EXTENDED | REG_ICASE);
+  if (regcomp(&pattern, expression, REG_EXTENDED | REG_ICASE) != 0) std::memset(&pattern, 0, sizeof pattern);
 }
 
 // Unanchored: names match inside longer words too.
 bool Matches(const regex_t& pattern, const char* text) {
   return pattern.re_nsub != 0 && regexec(&pattern, text, 0, nullptr, 0) == 0;
+}
+
+// Whether the words of kPpcMac stand there in their order, before the pattern is asked. It goes to the end of the agent
+// for each "PPC", so that a long agent of nothing else would take the square of its length.
+bool HasWordsOfPpcMac(const char* agent) {
+  const char* const ppc = strcasestr(agent, "PPC");
+  return ppc != nullptr && (strcasestr(ppc, "Mac OS X") != nullptr || strcasestr(ppc, "Safari") != nullptr);
 }
 
 bool Contains(const Text& text, const char* word) { return std::strstr(text.get(), word) != nullptr; }
@@ -61,7 +68,7 @@ MobileDetector::~MobileDetector() {
 
 void MobileDetector::DetectMobileDevice() {
   const char* const agent = std::getenv("HTTP_USER_AGENT");
-  if (agent == nullptr || Matches(ppc_mac_, agent)) return;
+  if (agent == nullptr || (HasWordsOfPpcMac(agent) && Matches(ppc_mac_, agent))) return;
   const Text lower = LowerCase(agent);
   if (!lower) return;
 

@@ -48,6 +48,12 @@ std::string Flags(const MobileDetector& browser) {
   return flags;
 }
 
+std::string Repeated(const std::string& word, size_t bytes) {
+  std::string text;
+  while (text.size() + word.size() <= bytes) text += word;
+  return text;
+}
+
 /// One request from a browser; cookie and parameter "forceDesktop" are absent unless the test sets them.
 class MobileDetectorTest : public PlatformTest {
  protected:
@@ -208,8 +214,11 @@ TEST_F(MobileDetectorTest, APowerPcMacIsADesktopWhateverItsHeadersSay) {
 
 TEST_F(MobileDetectorTest, TheMacIsSoughtInTheAgentItselfAndBeforeItIsCopied) {
   Request();
+  Calls();
   EXPECT_CALL(klib(), SzKLIBStrCaseLower(_)).Times(0);
   EXPECT_EQ("", DetectedFor(kPpcMac));
+  EXPECT_THAT(Calls(), ElementsAre(_, _, "KestCgiGetParamLine", "regexec 0 0", "KestCgiGetInCookies",
+                                   "KestCgiGetCGIParam", "regfree", "regfree"));
 }
 
 TEST_F(MobileDetectorTest, EverythingElseIsSoughtInTheCopy) {
@@ -244,8 +253,8 @@ TEST_F(MobileDetectorTest, MakesItsCallsInOrderAndReleasesTheCopyBeforeTheChoice
       ElementsAre("regcomp PPC.*(Mac OS X|Safari) 3",
                   "regcomp (SymbianOS|Windows CE|PPC|PDA|PalmOS|BlackBerry|Vodafone|Opera Mobi|Opera Mini|"
                   "UP\\.Browser|AvantGo|EudoraWeb|PLink|Plucker|NetFront|Xiino|Blazer|WebPro|ProxiNet|Elaine) 3",
-                  "KestCgiGetParamLine", "regexec 0 0", StartsWith("strdup "), "SzKLIBStrCaseLower", "free",
-                  "KestCgiGetInCookies", "KestCgiGetCGIParam", "regfree", "regfree"));
+                  "KestCgiGetParamLine", StartsWith("strdup "), "SzKLIBStrCaseLower", "free", "KestCgiGetInCookies",
+                  "KestCgiGetCGIParam", "regfree", "regfree"));
 }
 
 TEST_F(MobileDetectorTest, TheFamiliesAreSoughtBeforeTheOtherNames) {
@@ -253,8 +262,8 @@ TEST_F(MobileDetectorTest, TheFamiliesAreSoughtBeforeTheOtherNames) {
   Request();
   Calls();
   Detected();
-  EXPECT_THAT(Calls(), ElementsAre(_, _, "KestCgiGetParamLine", "regexec 0 0", _, "SzKLIBStrCaseLower", "regexec 0 0",
-                                   "free", "KestCgiGetInCookies", "KestCgiGetCGIParam", "regfree", "regfree"));
+  EXPECT_THAT(Calls(), ElementsAre(_, _, "KestCgiGetParamLine", _, "SzKLIBStrCaseLower", "regexec 0 0", "free",
+                                   "KestCgiGetInCookies", "KestCgiGetCGIParam", "regfree", "regfree"));
 }
 
 TEST_F(MobileDetectorTest, ThePatternOfMobileBrowsersIsReleasedFirst) {
@@ -295,9 +304,7 @@ TEST_F(MobileDetectorTest, AnAgentOf64KibibytesIsReadToItsEnd) {
   EXPECT_EQ("mobile detected ", DetectedFor((filler + "UP.Browser").c_str()));
   EXPECT_EQ("", DetectedFor(("PPC" + filler + "Safari").c_str()));
   EXPECT_EQ("mobile detected ", DetectedFor(("PPC" + filler).c_str()));
-  std::string nearly;
-  while (nearly.size() < 65536) nearly += "Opera Mob";
-  EXPECT_EQ("", DetectedFor(nearly.c_str()));
+  EXPECT_EQ("", DetectedFor(Repeated("Opera Mob", 65536).c_str()));
 }
 
 TEST_F(MobileDetectorTest, AnAgentOf64KibibytesOfOddBytesIsADesktop) {
@@ -306,12 +313,22 @@ TEST_F(MobileDetectorTest, AnAgentOf64KibibytesOfOddBytesIsADesktop) {
   EXPECT_EQ("", DetectedFor(bytes.c_str()));
 }
 
-// Each "PPC" is a place where a Mac may begin, so this is the costliest agent of its length.
-TEST_F(MobileDetectorTest, TheLongestAgentThatAServerPassesOnMayNameThePocketPcAllOver) {
-  std::string agent;
-  while (agent.size() + 3 < 8190) agent += "PPC";
-  EXPECT_EQ("mobile detected ", DetectedFor(agent.c_str()));
-  EXPECT_EQ("", DetectedFor((agent + "Safari").c_str()));
+// Each "PPC" is a place where a Mac may begin: searched one by one, they would take the square of the agent's length.
+TEST_F(MobileDetectorTest, AnAgentOf64KibibytesOfPocketPcsIsNotSearchedForAMac) {
+  const std::string agent = Repeated("pPc", 65536);
+  Request();
+  for (const std::string& named : {agent, "Safari Mac OS X " + agent}) {
+    Calls();
+    EXPECT_EQ("mobile detected ", DetectedFor(named.c_str()));
+    EXPECT_THAT(Calls(), ElementsAre(_, _, "KestCgiGetParamLine", StartsWith("strdup "), "SzKLIBStrCaseLower",
+                                     "regexec 0 0", "free", "KestCgiGetInCookies", "KestCgiGetCGIParam", _, _));
+  }
+}
+
+TEST_F(MobileDetectorTest, AMacIsFoundBehindTheFirstOfManyPocketPcs) {
+  const std::string agent = Repeated("PPC", 65536);
+  EXPECT_EQ("", DetectedFor((agent + "SAFARI").c_str()));
+  EXPECT_EQ("", DetectedFor(("Safari" + agent + "mac os x").c_str()));
 }
 
 TEST_F(MobileDetectorTest, AnIPadGetsTheDesktopUntilItHasChosenOtherwise) {

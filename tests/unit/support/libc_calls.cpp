@@ -249,9 +249,14 @@ int WrapSystem(const char* command) {
   return error ? 1 : 0;
 }
 
-// GoogleTest compiles patterns too, inside and outside of tests; they come and go in pairs.
+// GoogleTest compiles patterns too, inside and outside of tests; they come and go in pairs. A failure leaves what glibc
+// leaves where memory ends half-way: no pattern, and the sub-expressions that it had counted.
 int WrapRegcomp(regex_t* compiled, const char* pattern, int flags) {
-  if (Fails("regcomp", std::string(pattern) + " " + std::to_string(flags))) return errno;
+  if (Fails("regcomp", std::string(pattern) + " " + std::to_string(flags))) {
+    *compiled = {};
+    compiled->re_nsub = 1;
+    return errno;
+  }
   const int result = RealRegcomp(compiled, pattern, flags);
   if (result == 0 && Machine::Current() != nullptr) Machine::Current()->ledger().Take(kPattern, compiled);
   return result;
