@@ -9,4 +9,7 @@
 /// between the failing call and syslog that could change errno.
 #define LogError(format, ...) syslog(LOG_ERR, format, kLogSource, __LINE__, ##__VA_ARGS__)
 
+/// The same for what only a developer asks for.
+#define LogDebug(format, ...) syslog(LOG_DEBUG, format, kLogSource, __LINE__, ##__VA_ARGS__)
+
 #endif  // TARVEL_INTERNAL_LOG_H

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest-spi.h>
 #include <regex.h>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -16,12 +17,14 @@ namespace tarvel_test {
 namespace {
 
 using ::testing::_;
+using ::testing::ElementsAre;
 
 // A test inside the test; its end is the end of the object.
 class Inner : public PlatformTest {
  public:
   using PlatformTest::cgi;
   using PlatformTest::ExpectLogged;
+  using PlatformTest::ExpectLoggedForDebugging;
   using PlatformTest::ExpectRequest;
   using PlatformTest::machine;
   using PlatformTest::storage;
@@ -96,6 +99,12 @@ void ExpectAnotherPriority() {
   inner.ExpectLogged("tarvel:# oops");
 }
 
+void ExpectALineForDebuggingThatIsAFailure() {
+  Inner inner;
+  syslog(LOG_ERR, "%s:%d oops", "tarvel", 12);
+  inner.ExpectLoggedForDebugging("tarvel:# oops");
+}
+
 void ExpectALineThatIsNotThere() { Inner().ExpectLogged("tarvel:# oops"); }
 
 void PrintWithoutAsking() {
@@ -133,6 +142,7 @@ TEST(PlatformTestTest, NoticesLogLinesThatAreNotWanted) {
   EXPECT_NONFATAL_FAILURE(LogWithoutAsking(), "unexpected log line: tarvel:12 oops");
   EXPECT_NONFATAL_FAILURE(ExpectAnotherLine(), "tarvel:# other");
   EXPECT_NONFATAL_FAILURE(ExpectAnotherPriority(), "tarvel:12 oops");
+  EXPECT_NONFATAL_FAILURE(ExpectALineForDebuggingThatIsAFailure(), "tarvel:12 oops");
   EXPECT_NONFATAL_FAILURE(ExpectALineThatIsNotThere(), "nothing logged, expected: tarvel:# oops");
 }
 
@@ -164,8 +174,19 @@ TEST_F(MachineTest, FailsACallAfterSoManyThatDoNot) {
 TEST_F(MachineTest, FindsFixedPathsBelowItsOwnRootAndLeavesOthers) {
   EXPECT_EQ(ScratchPath("usr/kest/etc/x"), machine().RealPath("/usr/kest/etc/x"));
   EXPECT_EQ(ScratchPath("tmp/tarvel"), machine().RealPath("/tmp/tarvel"));
+  EXPECT_EQ(ScratchPath("var/services/web/x"), machine().RealPath("/var/services/web/x"));
   EXPECT_EQ("/usr/kestrel", machine().RealPath("/usr/kestrel"));
   EXPECT_EQ("/etc/passwd", machine().RealPath("/etc/passwd"));
+}
+
+TEST_F(MachineTest, MakesFoldersBelowItsOwnRootAndTellsTheirModesAndOwners) {
+  WriteFile("/var/services/other", "");
+  EXPECT_EQ(0, mkdir("/var/services/x", 0700));
+  EXPECT_EQ(0, chmod("/var/services/x", 0750));
+  EXPECT_EQ(0, chown("/var/services/x", 1024, 0));
+  EXPECT_TRUE(FileExists("/var/services/x"));
+  EXPECT_THAT(Calls(),
+              ElementsAre("mkdir /var/services/x 0700", "chmod /var/services/x 0750", "chown /var/services/x 1024 0"));
 }
 
 }  // namespace

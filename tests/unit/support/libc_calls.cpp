@@ -58,6 +58,9 @@ time_t RealTime(time_t* out) __asm__("__real_" TIME_NAME);
 int RealFclose(FILE* file) __asm__("__real_fclose");
 int RealRename(const char* from, const char* to) __asm__("__real_rename");
 int RealRemove(const char* path) __asm__("__real_remove");
+int RealMkdir(const char* path, mode_t mode) __asm__("__real_mkdir");
+int RealChown(const char* path, uid_t user, gid_t group) __asm__("__real_chown");
+int RealChmod(const char* path, mode_t mode) __asm__("__real_chmod");
 int RealRegcomp(regex_t* compiled, const char* pattern, int flags) __asm__("__real_regcomp");
 int RealRegexec(const regex_t* compiled, const char* text, size_t slots, regmatch_t* found,
                 int flags) __asm__("__real_regexec");
@@ -84,6 +87,9 @@ time_t WrapTime(time_t* out) __asm__("__wrap_" TIME_NAME);
 int WrapFclose(FILE* file) __asm__("__wrap_fclose");
 int WrapRename(const char* from, const char* to) __asm__("__wrap_rename");
 int WrapRemove(const char* path) __asm__("__wrap_remove");
+int WrapMkdir(const char* path, mode_t mode) __asm__("__wrap_mkdir");
+int WrapChown(const char* path, uid_t user, gid_t group) __asm__("__wrap_chown");
+int WrapChmod(const char* path, mode_t mode) __asm__("__wrap_chmod");
 int WrapSystem(const char* command) __asm__("__wrap_system");
 int WrapRegcomp(regex_t* compiled, const char* pattern, int flags) __asm__("__wrap_regcomp");
 int WrapRegexec(const regex_t* compiled, const char* text, size_t slots, regmatch_t* found,
@@ -111,6 +117,12 @@ bool Fails(const char* call, const std::string& arguments) {
 std::string RealPath(const char* path) {
   const Machine* machine = Machine::Current();
   return machine == nullptr ? path : machine->RealPath(path);
+}
+
+std::string Octal(mode_t mode) {
+  char digits[16];
+  std::snprintf(digits, sizeof digits, "%04o", static_cast<unsigned>(mode));
+  return digits;
 }
 
 void* Tracked(void* block) {
@@ -236,6 +248,22 @@ int WrapRename(const char* from, const char* to) {
 }
 
 int WrapRemove(const char* path) { return Fails("remove", path) ? -1 : RealRemove(RealPath(path).c_str()); }
+
+int WrapMkdir(const char* path, mode_t mode) {
+  if (Fails("mkdir", std::string(path) + " " + Octal(mode))) return -1;
+  return RealMkdir(RealPath(path).c_str(), mode);
+}
+
+// Only a superuser could do it.
+int WrapChown(const char* path, uid_t user, gid_t group) {
+  if (Machine::Current() == nullptr) return RealChown(path, user, group);
+  return Fails("chown", std::string(path) + " " + std::to_string(user) + " " + std::to_string(group)) ? -1 : 0;
+}
+
+int WrapChmod(const char* path, mode_t mode) {
+  if (Fails("chmod", std::string(path) + " " + Octal(mode))) return -1;
+  return RealChmod(RealPath(path).c_str(), mode);
+}
 
 // No shell runs in these tests; the one thing that the library asks of it is done here.
 int WrapSystem(const char* command) {

@@ -10,8 +10,8 @@ namespace {
 
 Machine* current = nullptr;
 
-// Where the library keeps its files.
-constexpr const char* kFixedPaths[] = {"/tmp/tarvel", "/usr/kest"};
+// Where the library keeps its files and makes folders.
+constexpr const char* kFixedPaths[] = {"/tmp/tarvel", "/usr/kest", "/var/services"};
 
 }  // namespace
 

@@ -11,6 +11,8 @@ constexpr char kTexts[] = "list of texts";
 
 }  // namespace
 
+int KLIBErrGet(void) { return MockKlib::Called("KLIBErrGet").KLIBErrGet(); }
+
 int BlKLIBIsIpMask(const char* text) { return MockKlib::Called("BlKLIBIsIpMask").BlKLIBIsIpMask(text); }
 
 PSZLIST PslKLIBSzListAlloc(int bytes) {

@@ -11,6 +11,7 @@ namespace tarvel_test {
 /// platform/klib.h. A list must be given back exactly once, under the handle that the last call left.
 class MockKlib : public CurrentMock<MockKlib> {
  public:
+  MOCK_METHOD(int, KLIBErrGet, ());
   MOCK_METHOD(int, BlKLIBIsIpMask, (const char* text));
   MOCK_METHOD(char*, SzKLIBStrCaseLower, (char* text));
   MOCK_METHOD(PSZLIST, PslKLIBSzListAlloc, (int bytes));

@@ -53,6 +53,8 @@ PlatformTest::~PlatformTest() {
 
 void PlatformTest::ExpectLogged(const std::string& text) { log_.Expect(LOG_ERR, text); }
 
+void PlatformTest::ExpectLoggedForDebugging(const std::string& text) { log_.Expect(LOG_DEBUG, text); }
+
 void PlatformTest::WriteFile(const std::string& path, const std::string& content) {
   const std::filesystem::path real = machine_.RealPath(path);
   std::filesystem::create_directories(real.parent_path());

@@ -13,6 +13,7 @@
 #include "support/machine.h"
 #include "support/mock_kestcgi.h"
 #include "support/mock_kestdir.h"
+#include "support/mock_kestsched.h"
 #include "support/mock_keststorage.h"
 #include "support/mock_klib.h"
 #include "support/stdout_capture.h"
@@ -45,12 +46,15 @@ class PlatformTest : public ::testing::Test {
 
   MockKestCgi& cgi() { return cgi_; }
   MockKestDir& dir() { return dir_; }
+  MockKestSched& sched() { return sched_; }
   MockKestStorage& storage() { return storage_; }
   MockKlib& klib() { return klib_; }
   Machine& machine() { return machine_; }
 
   /// Claims the oldest log line, at LOG_ERR; "#" stands for the line number.
   void ExpectLogged(const std::string& text);
+  /// The same at LOG_DEBUG.
+  void ExpectLoggedForDebugging(const std::string& text);
 
   /// Claims what was printed since the last time.
   std::string Printed() { return output_.Take(); }
@@ -79,6 +83,7 @@ class PlatformTest : public ::testing::Test {
   LogCapture log_;
   ::testing::StrictMock<MockKestCgi> cgi_;
   ::testing::StrictMock<MockKestDir> dir_;
+  ::testing::StrictMock<MockKestSched> sched_;
   ::testing::StrictMock<MockKestStorage> storage_;
   ::testing::StrictMock<MockKlib> klib_;
   std::map<std::string, std::string> form_;
