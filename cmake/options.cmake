@@ -6,3 +6,4 @@ set(TARVEL_TESTS "platform;unit;host;contract;program" CACHE STRING "Kinds of te
 set(TARVEL_SANITIZERS "" CACHE STRING "Value for -fsanitize=, empty: none")
 set(TARVEL_PRESET "none" CACHE STRING "Name of the preset, put before each test's name")
 set(TARVEL_CONTRACT_PLATFORM "" CACHE STRING "Libraries of another platform for the contract tests, empty: libkest")
+set(TARVEL_MIME_TYPES "/etc/mime.types" CACHE FILEPATH "Table of types that the appliance's is made from")
