@@ -134,6 +134,10 @@ int SendFile(Tarvel& request, const site::FoundFile& file) {
   ForgetRangeOfAnotherState(tag);
   Print(lines);
   const int result = outputer.Output(stream, file.name.c_str(), type.c_str());
+  struct stat now;
+  if (result == 0 && fstat(fileno(stream), &now) == 0 && now.st_size < file.info.st_size) {
+    syslog(LOG_ERR, "download: %s became shorter while it was sent", file.name.c_str());
+  }
   fclose(stream);
   return result == 0 ? 0 : 1;
 }
