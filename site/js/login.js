@@ -21,6 +21,7 @@ form.addEventListener('submit', async (event) => {
   form.passwd.focus();
 });
 
-if (reasonText()) showNotice('info', reasonText());
+const reason = reasonText();
 await openPage();
 form.user.focus();
+if (await reason) showNotice('info', await reason);

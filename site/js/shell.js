@@ -1,9 +1,13 @@
 // What surrounds every page: the way to the content, the name of the site, the pages, the languages and the way out.
+// The frame program sends it with the page; here it is brought to life. The login, which has no frame, gets its own.
 import { get, post } from './api.js';
 import { forgetSession } from './session.js';
 import { currentLanguage, forgetTexts, translate } from './texts.js';
 
 const languages = { en: 'English', de: 'Deutsch' };
+
+// What the library's fragments hold has no name in the string tables of the pages: a new language fetches them anew.
+const kFragments = ['applications', 'appbanner'];
 
 function make(tag, attributes = {}, ...children) {
   const element = document.createElement(tag);
@@ -12,67 +16,70 @@ function make(tag, attributes = {}, ...children) {
   return element;
 }
 
-function pageLink(href, text) {
-  const here = location.pathname === href || (href === '/' && location.pathname === '/index.html');
-  return make('li', {}, make('a', { href, 'data-text': text, ...(here && { 'aria-current': 'page' }) }));
-}
-
-function pages(may) {
-  const links = [pageLink('/', 'home:title')];
-  if (may.settings) links.push(pageLink('/general.html', 'general:nav'));
-  if (may.upload) links.push(pageLink('/upload.html', 'upload:nav'));
-  return make('nav', { 'data-label': 'common:pages' }, make('ul', {}, ...links));
-}
-
 function markLanguage(group) {
   for (const button of group.children) button.setAttribute('aria-pressed', button.lang === currentLanguage());
+}
+
+async function renewFragments() {
+  if (!framed()) return;
+  const reply = await fetch(location.pathname, { cache: 'no-store' });
+  const fresh = new DOMParser().parseFromString(await reply.text(), 'text/html');
+  for (const id of kFragments) document.getElementById(id).replaceChildren(...(fresh.getElementById(id)?.childNodes ?? []));
+}
+
+async function chooseLanguage(button) {
+  const reply = await post('language', { lang: button.lang });
+  if (!reply.success) return;
+  forgetTexts();
+  await Promise.all([translate(), renewFragments()]);
+  markLanguage(button.parentElement);
 }
 
 function languageButtons() {
   const group = make('div', { class: 'languages', role: 'group', 'data-label': 'common:languages' });
   for (const [code, name] of Object.entries(languages)) {
-    const button = make('button', { type: 'button', lang: code, 'aria-label': name, title: name }, code.toUpperCase());
-    button.addEventListener('click', async () => {
-      const reply = await post('language', { lang: code });
-      if (!reply.success) return;
-      forgetTexts();
-      await translate();
-      markLanguage(group);
-    });
-    group.append(button);
+    group.append(make('button', { type: 'button', lang: code, 'aria-label': name, title: name }, code.toUpperCase()));
   }
   return group;
 }
 
-function logoutButton() {
-  const button = make('button', { type: 'button', id: 'logout', class: 'quiet', 'data-text': 'common:logout' });
-  button.addEventListener('click', async () => {
-    forgetSession();
-    const reply = await post('logout');
-    if (reply.success) location.replace('/login.html');
+// Clicks are looked at where they arrive, because parts of the frame are replaced.
+function listen(header) {
+  header.addEventListener('click', ({ target }) => {
+    const language = target.closest('.languages button');
+    if (language) chooseLanguage(language);
+    if (target.closest('a[href$="/logout.cgi"]')) forgetSession();
   });
-  return button;
-}
-
-// `me`: the reply of whoami.cgi, or null before a login.
-async function surround(me) {
-  const skip = make('a', { href: '#content', class: 'skip', 'data-text': 'common:skip' });
-  const languageChoice = languageButtons();
-  const header = make('header', {}, make('span', { class: 'brand', 'data-text': 'common:name' }));
-  if (me) header.append(pages(me.may));
-  header.append(languageChoice);
-  if (me) header.append(make('div', { class: 'account' }, make('span', { id: 'me' }, me.user), logoutButton()));
-  document.body.prepend(skip, header);
-  await translate();
-  markLanguage(languageChoice);
 }
 
 // A page for everybody.
-export const openPage = () => surround(null);
+export async function openPage() {
+  const skip = make('a', { href: '#content', class: 'skip', 'data-text': 'common:skip' });
+  const choice = languageButtons();
+  const header = make('header', {}, make('span', { class: 'brand', 'data-text': 'common:name' }), choice);
+  document.body.prepend(skip, header);
+  listen(header);
+  await translate();
+  markLanguage(choice);
+}
+
+// Who is logged in, as the frame says it; null on a page without a frame.
+function framed() {
+  const { user, may, secondsLeft } = document.body.dataset;
+  if (user === undefined) return null;
+  const rights = may.split(' ');
+  return { user, seconds_left: Number(secondsLeft), may: Object.fromEntries(['settings', 'upload'].map((right) => [right, rights.includes(right)])) };
+}
 
 // A page for somebody who is logged in; resolves to who that is.
 export async function enterPage() {
-  const reply = await get('whoami');
-  await surround(reply.success ? reply.data : null);
-  return reply.success ? reply.data : new Promise(() => {});
+  const me = framed();
+  if (!me) {
+    const reply = await get('whoami');
+    await openPage();
+    return reply.success ? reply.data : new Promise(() => {});
+  }
+  listen(document.querySelector('header'));
+  await translate();
+  return me;
 }

@@ -76,7 +76,7 @@ for (const { language, options, said } of [
         assert.equal(await page.inputValue("#description"), "In the cellar");
         assert.equal(await page.isVisible("#draft"), false, "what was saved is no draft");
 
-        await tabTo(page, "#logout");
+        await tabTo(page, '#appbanner a[href$="/logout.cgi"]');
         await page.keyboard.press("Enter");
         await page.waitForURL(/login\.html$/);
         await page.goto(`${url}/general.html`);

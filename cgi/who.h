@@ -1,0 +1,39 @@
+// Who is logged in, and what that account may do: told to the pages by whoami.cgi and by the frame.
+#ifndef CGI_WHO_H
+#define CGI_WHO_H
+
+#include <tarvel/tarvel.h>
+
+// The library answers a refused position with a complete reply. Asking whether another position would be open,
+// without sending anything, exists in the platform only.
+#include "platform/kestcgi.h"
+
+namespace site {
+
+/// Mode of IsAuthorized(): the request is a poll and does not keep an idle session alive.
+inline constexpr int kPoll = 0;
+
+/// Mode of IsAuthorized(): the request is activity of the user.
+inline constexpr int kActivity = 1;
+
+struct Who {
+  bool administrator;
+  int seconds_left;  ///< of the session, without further activity
+};
+
+/// Asks about the session of this request, which IsAuthorized() has allowed.
+inline Who AskWho() {
+  KESTCGI context;
+  char user[493] = "";
+  CgiAuthRequest check = {};
+  check.mode = kPoll;
+  KestCgiInit("", &context);
+  KestCgiLoadInCookies(&context);
+  const bool open = KestCgiIsAuthorized(&context, user, sizeof(user), &check, KEST_CGI_POSITION_ADMINISTRATION) > 0;
+  KestCgiFree(&context);
+  return {open, check.secondsLeft};
+}
+
+}  // namespace site
+
+#endif  // CGI_WHO_H

@@ -1,0 +1,3 @@
+import { enterPage } from './shell.js';
+
+await enterPage();
