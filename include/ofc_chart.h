@@ -55,7 +55,7 @@ struct _tag_KEST_CHART_X_AXIS_ {
   const char** labels;     ///< appended to "labels"/"labels", ended by null; null: see emptyLabelCount
 };
 
-/// Descriptions of charts in the JSON schema of Open Flash Chart: titles, axes, lines and pies.
+/// Descriptions of charts as JSON: titles, axes, lines and pies.
 ///
 ///     Json::Value chart;
 ///     OFCChart::TitleSet("Requests", "font-size: 14px", chart["title"]);
