@@ -15,7 +15,7 @@ endif()
 #
 # One CGI program of the site, NAME.cgi. With TARVEL_STATIC_PROGRAMS it is fully static: library, platform, jsoncpp and
 # the C++ runtime in one file, nothing to map or relocate at its start. SHARED exempts a program that needs what no
-# archive offers (looking for the volume that takes an upload).
+# archive offers (looking at the mounted volumes).
 function(tarvel_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "SHARED" "" "SOURCES;LIBRARIES")
   add_executable(${name}.cgi ${arg_SOURCES})
