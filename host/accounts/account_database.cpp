@@ -138,6 +138,11 @@ Lookup AccountDatabase::SetExpireDay(const std::string& name, int day) {
   return Apply(update.Bind(1, day).Bind(2, FoldName(name)));
 }
 
+Lookup AccountDatabase::SetApplications(const std::string& name, int applications) {
+  Statement update(*database_, "UPDATE accounts SET privilege = (privilege & ~?1) | ?2 WHERE folded = ?3");
+  return Apply(update.Bind(1, kEveryApplication).Bind(2, applications).Bind(3, FoldName(name)));
+}
+
 Lookup AccountDatabase::SetAdministrator(const std::string& name, bool administrator) {
   Account account;
   const Lookup found = Find(name, &account);

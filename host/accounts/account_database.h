@@ -30,6 +30,8 @@ class AccountDatabase {
   Lookup Add(const Account& account, const std::string& hash);
   Lookup SetPassword(const std::string& name, const std::string& hash);
   Lookup SetExpireDay(const std::string& name, int day);
+  // Sets the bits of the applications (account_source.h) and leaves the others of the mask as they are.
+  Lookup SetApplications(const std::string& name, int applications);
   Lookup SetAdministrator(const std::string& name, bool administrator);
   Lookup Remove(const std::string& name);
   // Counts a login; `serial` receives its number.

@@ -9,6 +9,14 @@
 
 namespace kest {
 
+// Bits of an account's privileges: the applications that it may use. The lowest belongs to none of them.
+struct Application {
+  const char* name;
+  int bit;
+};
+constexpr Application kApplications[] = {{"file", 2}, {"audio", 4}, {"download", 8}, {"surveillance", 16}};
+constexpr int kEveryApplication = 2 | 4 | 8 | 16;
+
 struct Account {
   std::string name;  // as stored; a login may spell it in another case
   int uid = -1;

@@ -6,6 +6,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 
 #include "host/accounts/account_database.h"
@@ -22,8 +24,9 @@ constexpr char kUsage[] =
     "       kestaccount disable|enable NAME     enable also removes an expiry date\n"
     "       kestaccount expire NAME YYYY/MM/DD  last day on which it is valid; \"\" for never\n"
     "       kestaccount admin NAME on|off       put it into the administrators' group, or out of it\n"
+    "       kestaccount applications NAME LIST  those it may use, of file,audio,download,surveillance; \"\" for none\n"
     "       kestaccount remove NAME\n"
-    "       kestaccount list                    name, uid, role and state, separated by tabs\n"
+    "       kestaccount list                    name, uid, role, state and applications, separated by tabs\n"
     "Passwords are read from standard input: one line, 1 to 511 bytes.\n"
     "Exit status: 0 done, 1 refused (the reason is on standard error), 2 wrong usage, 3 the database failed.\n";
 
@@ -115,6 +118,35 @@ int SetAdministrator(AccountDatabase& accounts, const char* name, const char* st
   return Report(accounts.SetAdministrator(name, on), "no such account");
 }
 
+// The bits of "audio,file"; negative when a word is no application.
+int BitsOf(const std::string& list) {
+  int bits = 0;
+  for (size_t start = 0; start < list.size();) {
+    const size_t end = std::min(list.find(',', start), list.size());
+    const std::string word = list.substr(start, end - start);
+    const auto* known = std::find_if(std::begin(kApplications), std::end(kApplications),
+                                     [&](const Application& application) { return word == application.name; });
+    if (known == std::end(kApplications)) return -1;
+    bits |= known->bit;
+    start = end + 1;
+  }
+  return bits;
+}
+
+std::string ListOf(int bits) {
+  std::string list;
+  for (const Application& application : kApplications) {
+    if ((bits & application.bit) != 0) list.append(list.empty() ? "" : ",").append(application.name);
+  }
+  return list;
+}
+
+int SetApplications(AccountDatabase& accounts, const char* name, const char* list) {
+  const int bits = BitsOf(list);
+  if (bits < 0) return Refuse("the applications are file, audio, download and surveillance");
+  return Report(accounts.SetApplications(name, bits), "no such account");
+}
+
 int Remove(AccountDatabase& accounts, const char* name, const char*) {
   return Report(accounts.Remove(name), "no such account");
 }
@@ -125,9 +157,9 @@ int List(AccountDatabase& accounts, const char*, const char*) {
   for (const Account& account : all) {
     char date[16] = "disabled";
     DateOfDay(account.expire_day, date, sizeof(date));
-    printf("%s\t%d\t%s\t%s%s\n", account.name.c_str(), account.uid, account.administrator ? "administrator" : "user",
-           account.expire_day < 0 ? "valid" : date,
-           IsExpiredDay(account.expire_day) && date[0] != 'd' ? " expired" : "");
+    printf("%s\t%d\t%s\t%s%s\t%s\n", account.name.c_str(), account.uid,
+           account.administrator ? "administrator" : "user", account.expire_day < 0 ? "valid" : date,
+           IsExpiredDay(account.expire_day) && date[0] != 'd' ? " expired" : "", ListOf(account.privilege).c_str());
   }
   return kDone;
 }
@@ -140,8 +172,15 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"add", 1, 2, Add},       {"passwd", 1, 1, SetPassword},     {"disable", 1, 1, Disable}, {"enable", 1, 1, Enable},
-    {"expire", 2, 2, Expire}, {"admin", 2, 2, SetAdministrator}, {"remove", 1, 1, Remove},   {"list", 0, 0, List},
+    {"add", 1, 2, Add},
+    {"passwd", 1, 1, SetPassword},
+    {"disable", 1, 1, Disable},
+    {"enable", 1, 1, Enable},
+    {"expire", 2, 2, Expire},
+    {"admin", 2, 2, SetAdministrator},
+    {"applications", 2, 2, SetApplications},
+    {"remove", 1, 1, Remove},
+    {"list", 0, 0, List},
 };
 
 int Run(int argc, char** argv) {

@@ -79,6 +79,40 @@ TEST_F(AccountRecord, WhatIsNoAccountFails) {
 
 TEST_F(AccountRecord, ItsPrivilegesAreAMask) { EXPECT_EQ(3, KESTUserPrivilegeGet("anna")); }
 
+TEST_F(AccountRecord, EachApplicationHasItsBit) {
+  const struct {
+    const char* list;
+    int mask;
+  } rows[] = {{"file", 2},
+              {"audio", 4},
+              {"download", 8},
+              {"surveillance", 16},
+              {"surveillance,file", 18},
+              {"file,file", 2},
+              {"download,audio,surveillance,file", 30},
+              {"", 0}};
+  for (const auto& row : rows) {
+    ASSERT_EQ(0, Account({"applications", "ANNA", row.list})) << row.list;
+    EXPECT_EQ(row.mask | 1, KESTUserPrivilegeGet("anna")) << row.list << ": the lowest bit is no application's";
+    Slot user;
+    ASSERT_EQ(0, KESTUserGet("anna", &user));
+    EXPECT_EQ(row.mask | 1, user->privilege) << row.list;
+  }
+  EXPECT_EQ(3, KESTUserPrivilegeGet("bernd")) << "another account keeps what it has";
+}
+
+TEST_F(AccountRecord, NewApplicationsReachASessionThatIsOpen) {
+  const Client anna = LoggedIn("anna");
+  ASSERT_EQ(0, Account({"applications", "anna", "audio"}));
+  const Answer answer = Request(anna, [](KESTCGI* context, Answer* out) {
+    CgiAuthRequest check = {};
+    out->result = KestCgiIsAuthorized(context, out->user, sizeof(out->user), &check, KEST_CGI_POSITION_ACCOUNT);
+    out->delay_s = KESTUserPrivilegeGet(out->user);
+  });
+  EXPECT_EQ(1, answer.result);
+  EXPECT_EQ(5, answer.delay_s);
+}
+
 TEST_F(AccountRecord, ADatabaseThatCannotBeReadFailsAndIsLeftAsItIs) {
   const std::string bytes(5000, '\x5a');
   std::ofstream(kAccounts, std::ios::binary | std::ios::trunc) << bytes;

@@ -27,6 +27,10 @@ TEST_F(AccountTool, WhatCannotBeDoneIsRefused) {
       {"admin", "anna", "maybe"},
       {"expire", "anna", "2030/02/30"},
       {"expire", "anna", "tomorrow"},
+      {"applications", "nobody", "file"},
+      {"applications", "anna", "mail"},
+      {"applications", "anna", "file,,audio"},
+      {"applications", "anna", "FILE"},
   };
   for (const auto& row : rows) EXPECT_EQ(kRefused, Account(row, "pw")) << row[0] << " " << row[1];
 }
@@ -47,6 +51,7 @@ TEST_F(AccountTool, WrongUsageIsToldApart) {
                                               {"list", "x"},
                                               {"passwd", "anna", "secret"},
                                               {"expire", "anna"},
+                                              {"applications", "anna"},
                                               {"frob"}}) {
     EXPECT_EQ(kWrongUsage, Account(row, "pw"));
   }
