@@ -1,6 +1,7 @@
 // What surrounds every page: the way to the content, the name of the site, the pages, the languages and the way out.
 // The frame program sends it with the page; here it is brought to life. The login, which has no frame, gets its own.
 import { get, post } from './api.js';
+import { bringPowerToLife, dressTrigger } from './power.js';
 import { forgetSession } from './session.js';
 import { currentLanguage, forgetTexts, translate } from './texts.js';
 
@@ -25,6 +26,7 @@ async function renewFragments() {
   const reply = await fetch(location.pathname, { cache: 'no-store' });
   const fresh = new DOMParser().parseFromString(await reply.text(), 'text/html');
   for (const id of kFragments) document.getElementById(id).replaceChildren(...(fresh.getElementById(id)?.childNodes ?? []));
+  dressTrigger();
 }
 
 async function chooseLanguage(button) {
@@ -71,6 +73,11 @@ function framed() {
   return { user, seconds_left: Number(secondsLeft), may: Object.fromEntries(['settings', 'upload'].map((right) => [right, rights.includes(right)])) };
 }
 
+// A choice of the layout sticks by itself: were it to stay in the address, going back would make it again.
+function forgetChoiceInAddress() {
+  if (new URLSearchParams(location.search).has('forceDesktop')) history.replaceState(null, '', location.pathname);
+}
+
 // A page for somebody who is logged in; resolves to who that is.
 export async function enterPage() {
   const me = framed();
@@ -79,7 +86,10 @@ export async function enterPage() {
     await openPage();
     return reply.success ? reply.data : new Promise(() => {});
   }
-  listen(document.querySelector('header'));
+  const header = document.querySelector('header');
+  listen(header);
+  bringPowerToLife(header);
+  forgetChoiceInAddress();
   await translate();
   return me;
 }

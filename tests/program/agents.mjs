@@ -1,0 +1,20 @@
+// What browsers call themselves, and which layout each of them is to get.
+export const agents = {
+  "a Symbian phone": { mobile: true, agent: "Mozilla/5.0 (SymbianOS/9.4; Series60/5.0 Nokia5800d-1/60.0.003; Profile/MIDP-2.1 Configuration/CLDC-1.1) AppleWebKit/533.4 (KHTML, like Gecko) NokiaBrowser/7.3.1.33 Mobile Safari/533.4" },
+  "an Android phone": { mobile: true, agent: "Mozilla/5.0 (Linux; Android 14; Pixel 8) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/126.0.0.0 Mobile Safari/537.36" },
+  "an old Android phone": { mobile: true, agent: "Mozilla/5.0 (Linux; U; Android 2.2; en-us; Nexus One Build/FRF91) AppleWebKit/533.1 (KHTML, like Gecko) Version/4.0 Mobile Safari/533.1" },
+  "an iPhone": { mobile: true, agent: "Mozilla/5.0 (iPhone; CPU iPhone OS 17_5 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/17.5 Mobile/15E148 Safari/604.1" },
+  "an iPod": { mobile: true, agent: "Mozilla/5.0 (iPod; U; CPU iPhone OS 4_3_3 like Mac OS X; en-us) AppleWebKit/533.17.9 (KHTML, like Gecko) Version/5.0.2 Mobile/8J2 Safari/6533.18.5" },
+  "an iPad": { mobile: false, tablet: true, agent: "Mozilla/5.0 (iPad; CPU OS 12_5 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/12.1.2 Mobile/15E148 Safari/604.1" },
+  "a BlackBerry": { mobile: true, agent: "BlackBerry9700/5.0.0.862 Profile/MIDP-2.1 Configuration/CLDC-1.1 VendorID/331 UNTRUSTED/1.0 3gpp-gba" },
+  "a Windows Phone": { mobile: true, agent: "Mozilla/4.0 (compatible; MSIE 7.0; Windows Phone OS 7.0; Trident/3.1; IEMobile/7.0; NOKIA; Lumia 800)", headers: { "UA-OS": "Windows Phone OS 7.0" } },
+  "a Windows CE device": { mobile: true, agent: "Mozilla/4.0 (compatible; MSIE 6.0; Windows CE; IEMobile 7.11)" },
+  "a phone with a WAP profile": { mobile: true, agent: "SonyEricssonW850i/R1ED Browser/NetScape/3.3", headers: { "X-WAP-Profile": "http://wap.example/w850.xml" } },
+  "Opera Mini": { mobile: true, agent: "Opera/9.80 (J2ME/MIDP; Opera Mini/9.80 (S60; SymbOS; U; en)/23.348; U; en) Presto/2.5.25 Version/10.54" },
+  "Chrome on a desktop": { mobile: false, agent: "Mozilla/5.0 (X11; Linux x86_64) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/126.0.0.0 Safari/537.36" },
+  "Firefox on a desktop": { mobile: false, agent: "Mozilla/5.0 (Windows NT 10.0; Win64; x64; rv:127.0) Gecko/20100101 Firefox/127.0" },
+  "Safari on a desktop": { mobile: false, agent: "Mozilla/5.0 (Macintosh; Intel Mac OS X 14_5) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/17.5 Safari/605.1.15" },
+  "Internet Explorer 6": { mobile: false, agent: "Mozilla/4.0 (compatible; MSIE 6.0; Windows NT 5.1; SV1)" },
+  "a PowerPC Mac behind a WAP gateway": { mobile: false, agent: "Mozilla/5.0 (Macintosh; U; PPC Mac OS X; en) AppleWebKit/125.2 (KHTML, like Gecko) Safari/125.8", headers: { "X-WAP-Profile": "http://wap.example/" } },
+  "a program without a name": { mobile: false, agent: undefined },
+};
