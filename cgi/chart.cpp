@@ -184,9 +184,10 @@ int ReplyRequests(Tarvel& request, const Words& words) {
   if (log == site::AccessLog::kUnreadable) return site::Refuse(request, "chart", "error_log_unreadable");
 
   Json::Value chart;
-  const char* const hours = requests.first_known > 0 ? "hours_partly" : "hours";
+  const bool partly = requests.first_known > 0;
+  const std::string hours = partly ? words.Filled("hours_partly", legend) : words.Filled("hours", legend);
   OFCChart::TitleSet(words("requests"), kTitleStyle, chart["title"]);
-  OFCChart::XLegendSet(words.Filled(hours, legend).c_str(), kLegendStyle, chart["x_legend"]);
+  OFCChart::XLegendSet(hours.c_str(), kLegendStyle, chart["x_legend"]);
   OFCChart::YLegendSet(words("line"), kLegendStyle, chart["y_legend"]);
   DescribeHours(chart, HourLabels(now));
   DescribeCounts(chart, requests, words);

@@ -63,7 +63,7 @@ test("The document of the requests is whole", () => {
   assert.deepEqual(labels, Array.from({ length: kHours }, (_, i) => labelOf(kHours - 1 - i)));
   assert.deepEqual(reply.json, {
     title: { text: "Requests of the last 24 hours", style: "{font-size: 18px; font-weight: bold; text-align: left;}" },
-    x_legend: { text: "Hour (UTC)", style: "{font-size: 12px;}" },
+    x_legend: { text: "Hour (UTC); the last one is still running", style: "{font-size: 12px;}" },
     y_legend: { text: "Requests per hour", style: "{font-size: 12px;}" },
     x_axis: { labels: { labels, steps: 3 }, offset: false, size: 12, steps: 3, stroke: 1 },
     y_axis: { max: 15, offset: false, steps: 5, stroke: "1" },
@@ -104,7 +104,7 @@ test("Texts are in the language of the request", () => {
   const german = { cookie: `${cookie}; lang=de` };
   assert.equal(ask("volumes", german).json.elements[0].values[3].label, "/volume2: 2,0 MiB frei");
   writeFileSync(kLog, "");
-  assert.equal(ask("requests", german).json.x_legend.text, "Stunde (UTC)");
+  assert.equal(ask("requests", german).json.x_legend.text, "Stunde (UTC); die letzte läuft noch");
 });
 
 test("Volumes are for every account, requests for administrators", () => {
@@ -231,7 +231,7 @@ test("What the last rotation put aside is counted, too", () => {
     writeFileSync(kLog, line(timeOf(hour, 1)) + line(justNow(hour)));
   });
   assertCounts(reply, { 0: 1, 1: 2, 7: 1 });
-  assert.equal(reply.json.x_legend.text, "Hour (UTC)");
+  assert.equal(reply.json.x_legend.text, "Hour (UTC); the last one is still running");
 });
 
 test("A log that was just rotated is not counted twice", () => {
@@ -267,7 +267,7 @@ test("Hours begin where those of the appliance's time zone begin", (t) => {
   const four = values.indexOf(4);
   assert.equal(values[four - 1], 1);
   assert.ok(reply.json.x_axis.labels.labels.every((label) => label.endsWith(":00")));
-  assert.equal(reply.json.x_legend.text, "Hour (Asia/Kolkata)");
+  assert.equal(reply.json.x_legend.text, "Hour (Asia/Kolkata); the last one is still running");
 });
 
 for (const zone of ["", "Nowhere/Atall", "../../../etc/passwd", "x".repeat(5000)]) {

@@ -29,18 +29,23 @@ const english = table("en");
 const german = table("de");
 const sections = new Set([...english.keys()].map((name) => name.split(":")[0]));
 const kNames = new RegExp(`\\b(${[...sections].join("|")}):([a-z][a-z0-9_]*)`, "g");
+const kPair = new RegExp(`"(${[...sections].join("|")})", "(error_\\w+)"`, "g");
 const pages = ["site", "site/pages", "site/frame"].flatMap((folder) => filesIn(folder, ".html"));
 const scripts = filesIn("site/js", ".js");
 const programs = filesIn("cgi", ".cpp").concat(filesIn("cgi", ".h"));
 
-// The programs name section and key apart: Refuse(request, "error", "error_x"), or a key of "error" or "login" alone.
+// Sections whose keys a program names alone.
+const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/download.cpp": "files", "cgi/login.cpp": "login" };
+
+// The programs name section and key apart: Refuse(request, "error", "error_x"), or a key of their own section or "error" alone.
 function namesInPrograms() {
   const names = new Set(["login:error_timeout", "login:error_interrupt", "login:error_noprivilege", "common:error_system", "error:error_field_too_long"]);
   for (const file of programs) {
     const text = read(file);
-    for (const [, section, key] of text.matchAll(/"(common|error|upload|login)", "(error_\w+)"/g)) names.add(`${section}:${key}`);
-    const alone = file === "cgi/login.cpp" ? "login" : "error";
-    for (const [, key] of text.matchAll(/(?<!"(?:common|error|upload|login)", )"(error_\w+)"/g)) names.add(`${alone}:${key}`);
+    for (const [, section, key] of text.matchAll(kPair)) names.add(`${section}:${key}`);
+    const alone = kSectionOf[file] ?? "error";
+    for (const [, key] of text.replace(kPair, "").matchAll(/"(error_\w+)"/g)) names.add(`${alone}:${key}`);
+    for (const [, key] of text.matchAll(/\b(?:words|Filled|Slice)\("(\w+)"/g)) names.add(`${alone}:${key}`);
   }
   return names;
 }
