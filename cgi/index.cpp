@@ -41,6 +41,7 @@ constexpr Entry kNavigation[] = {
     {"index", "/", "frame:nav_index", false},
     {"general", "/general.html", "frame:nav_general", true},
     {"upload", "/upload.html", "frame:nav_upload", false},
+    {"charts", "/charts.html", "frame:nav_charts", false},
 };
 
 // Words of the templates, by the placeholder that is their key, too.

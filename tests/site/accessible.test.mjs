@@ -28,6 +28,9 @@ async function pagesOfAnOrdinaryAccount({ page, url, login }) {
   await page.goto(`${url}/`);
   await page.waitForSelector(".badge:not([hidden])");
   await assertAccessible(page, "overview, not everything allowed");
+  await page.goto(`${url}/charts.html`);
+  await page.waitForSelector("#volumes canvas");
+  await assertAccessible(page, "charts, not everything allowed");
 }
 
 async function pagesOfAnAdministrator({ page, url, login }) {
@@ -37,6 +40,9 @@ async function pagesOfAnAdministrator({ page, url, login }) {
     await page.waitForLoadState("networkidle");
     await assertAccessible(page, name);
   }
+  await page.goto(`${url}/charts.html`);
+  for (const id of ["volumes", "requests"]) await page.click(`#${id} summary`);
+  await assertAccessible(page, "charts, with their tables");
   await page.goto(`${url}/general.html`);
   await openForm(page);
   await page.fill("#admin_port_http", "x");
