@@ -25,6 +25,7 @@ int Fill(const Account& account, KestAccountState* out) {
   out->gid = account.gid;
   out->expire_day = account.expire_day;
   out->administrator = account.administrator;
+  out->privilege = account.privilege;
   out->credential = account.credential;
   out->login_serial = account.login_serial;
   return 1;

@@ -14,6 +14,7 @@ struct KestAccountState {
   int gid;
   int expire_day;
   bool administrator;
+  int privilege;  // mask of applications
   int64_t credential;
   int64_t login_serial;
 };

@@ -11,6 +11,7 @@
 #include "host/accounts/expiry.h"
 #include "host/cgi/context.h"
 #include "host/cgi/refusal.h"
+#include "host/session/authorized_account.h"
 #include "host/session/session_file.h"
 #include "host/session/session_settings.h"
 
@@ -63,6 +64,7 @@ int LookAgain(const char* id, Session* session) {
 
   session->expire_day = account.expire_day;
   session->administrator = account.administrator;
+  session->privilege = account.privilege;
   session->newest_login = account.login_serial;
   memcpy(session->user, account.name, sizeof(session->user));
   session->stamp = IsSettled(stamp) ? stamp : kNoStamp;
@@ -112,6 +114,7 @@ int Authorize(KESTCGI* ctx, char* user, int size, CgiAuthRequest* request, _tag_
   if (strlen(session.user) >= static_cast<size_t>(size)) return kBadArguments;
 
   strcpy(user, session.user);
+  RememberAuthorized(session);
   request->uid = session.uid;
   request->secondsLeft = Renew(id, session, timeout_s, request->mode != 0);
   if (position == KEST_CGI_POSITION_ADMINISTRATION && !session.administrator) return kNotPrivileged;

@@ -73,6 +73,7 @@ bool FillAccount(const KestAccountState& account, Session* session) {
   session->uid = account.uid;
   session->expire_day = account.expire_day;
   session->administrator = account.administrator;
+  session->privilege = account.privilege;
   session->credential = account.credential;
   session->login_serial = account.login_serial;
   memcpy(session->user, account.name, sizeof(session->user));

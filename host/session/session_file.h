@@ -20,6 +20,7 @@ struct Session {
   int uid = -1;
   int expire_day = -1;
   bool administrator = false;
+  int privilege = 0;  // mask of applications
   int64_t credential = 0;
   int64_t login_serial = 0;  // number of the login that opened the session
   int64_t newest_login = 0;  // number of the account's last login, as of the last look at it

@@ -10,7 +10,7 @@
 namespace kest {
 namespace {
 
-constexpr char kHead[] = "kest session 1\n";
+constexpr char kHead[] = "kest session 2\n";
 constexpr char kTail[] = "end\n";
 
 // Takes "key=value" lines off a text, in the order in which they are asked for. One that is missing or odd spoils all.
@@ -72,12 +72,12 @@ size_t FormatSession(const Session& session, char (&text)[kSessionTextBytes]) {
   const ChangeStamp& stamp = session.stamp;
   const int length =
       snprintf(text, sizeof(text),
-               "%suid=%d\nexpire_day=%d\nadministrator=%d\ncredential=%" PRId64 "\nlogin_serial=%" PRId64
+               "%suid=%d\nexpire_day=%d\nadministrator=%d\nprivilege=%d\ncredential=%" PRId64 "\nlogin_serial=%" PRId64
                "\nnewest_login=%" PRId64 "\ninode=%" PRId64 "\nchanged_ns=%" PRId64 "\nsize_bytes=%" PRId64
                "\nlog_changed_ns=%" PRId64 "\nlog_size_bytes=%" PRId64 "\nremote=%s\nuser=%s\n%s",
-               kHead, session.uid, session.expire_day, session.administrator ? 1 : 0, session.credential,
-               session.login_serial, session.newest_login, stamp.inode, stamp.changed_ns, stamp.size_bytes,
-               stamp.log_changed_ns, stamp.log_size_bytes, session.remote, session.user, kTail);
+               kHead, session.uid, session.expire_day, session.administrator ? 1 : 0, session.privilege,
+               session.credential, session.login_serial, session.newest_login, stamp.inode, stamp.changed_ns,
+               stamp.size_bytes, stamp.log_changed_ns, stamp.log_size_bytes, session.remote, session.user, kTail);
   return length > 0 && static_cast<size_t>(length) < sizeof(text) ? static_cast<size_t>(length) : 0;
 }
 
@@ -88,6 +88,7 @@ bool ParseSession(const char* text, Session* out) {
   read.uid = lines.Int("uid=");
   read.expire_day = lines.Int("expire_day=");
   read.administrator = lines.Number("administrator=", 0, 1) == 1;
+  read.privilege = lines.Int("privilege=");
   read.credential = lines.Number("credential=");
   read.login_serial = lines.Number("login_serial=");
   read.newest_login = lines.Number("newest_login=");

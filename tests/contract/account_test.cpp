@@ -1,4 +1,6 @@
 // Accounts as records, their expiry and their source.
+#include <unistd.h>
+
 #include <cstring>
 #include <fstream>
 
@@ -7,7 +9,17 @@
 
 namespace {
 
-using AccountRecord = SessionTest;
+class AccountRecord : public SessionTest {
+ protected:
+  /// The privileges of `name`, asked for behind the check of the client's session.
+  static Answer PrivilegeIn(const Client& client, const char* name) {
+    return Request(client, [name](KESTCGI* context, Answer* out) {
+      CgiAuthRequest check = {};
+      KestCgiIsAuthorized(context, out->user, sizeof(out->user), &check, KEST_CGI_POSITION_ACCOUNT);
+      out->result = KESTUserPrivilegeGet(name);
+    });
+  }
+};
 
 class Slot {
  public:
@@ -104,13 +116,24 @@ TEST_F(AccountRecord, EachApplicationHasItsBit) {
 TEST_F(AccountRecord, NewApplicationsReachASessionThatIsOpen) {
   const Client anna = LoggedIn("anna");
   ASSERT_EQ(0, Account({"applications", "anna", "audio"}));
-  const Answer answer = Request(anna, [](KESTCGI* context, Answer* out) {
-    CgiAuthRequest check = {};
-    out->result = KestCgiIsAuthorized(context, out->user, sizeof(out->user), &check, KEST_CGI_POSITION_ACCOUNT);
-    out->delay_s = KESTUserPrivilegeGet(out->user);
-  });
-  EXPECT_EQ(1, answer.result);
-  EXPECT_EQ(5, answer.delay_s);
+  EXPECT_EQ(5, PrivilegeIn(anna, "anna").result);
+  ASSERT_EQ(0, Account({"applications", "anna", ""}));
+  EXPECT_EQ(1, PrivilegeIn(anna, "anna").result);
+}
+
+TEST_F(AccountRecord, ASessionKnowsItsOwnPrivilegesAndNobodyElses) {
+  const Client anna = LoggedIn("anna");
+  ASSERT_EQ(0, Account({"applications", "bernd", "download"}));
+  sleep(3);  // until the change lies behind the clock's tick
+  PrivilegeIn(anna, "anna");
+  const Answer own = PrivilegeIn(anna, "anna");
+  EXPECT_EQ(3, own.result);
+  EXPECT_FALSE(own.opened_accounts);
+  EXPECT_EQ(3, PrivilegeIn(anna, "ANNA").result);
+  EXPECT_EQ(9, PrivilegeIn(anna, "bernd").result);
+  EXPECT_EQ(-1, PrivilegeIn(anna, "").result);
+  EXPECT_EQ(-1, PrivilegeIn(anna, nullptr).result);
+  EXPECT_EQ(3, PrivilegeIn(Client(), "anna").result) << "without a session";
 }
 
 TEST_F(AccountRecord, ADatabaseThatCannotBeReadFailsAndIsLeftAsItIs) {

@@ -13,6 +13,7 @@ std::string With(const std::string& line, const std::string& other) {
   Session session;
   session.uid = 1000;
   session.administrator = true;
+  session.privilege = -18;
   snprintf(session.user, sizeof(session.user), "anna");
   snprintf(session.remote, sizeof(session.remote), "127.0.0.1");
   char text[kSessionTextBytes];
@@ -33,6 +34,7 @@ TEST(SessionTextTest, WhatWasWrittenIsRead) {
   ASSERT_TRUE(ParseSession(With("uid=1000\n", "uid=1000\n").c_str(), &session));
   EXPECT_EQ(1000, session.uid);
   EXPECT_TRUE(session.administrator);
+  EXPECT_EQ(-18, session.privilege);
   EXPECT_STREQ("anna", session.user);
   EXPECT_STREQ("127.0.0.1", session.remote);
 }
