@@ -32,6 +32,11 @@ def main():
     if "load_static" in by_name:
         wall, cpu, instructions = (a / b for a, b in zip(by_name["load_static"], by_name["bare"]))
         print(f"load_static against bare: wall {wall:.3f}, CPU {cpu:.3f}, instructions {instructions:.3f}")
+    for name in ("frame", "frame_static"):
+        if name in by_name:
+            other = name.replace("frame", "load")
+            wall, cpu, instructions = (a / b for a, b in zip(by_name[name], by_name[other]))
+            print(f"{name} against {other}: wall {wall:.3f}, CPU {cpu:.3f}, instructions {instructions:.3f}")
     print()
     print("| library, stripped | amd64 bytes | ARM bytes |")
     print("|---|---|---|")

@@ -79,7 +79,7 @@ class Frame {
       : request_(request),
         browser_(browser),
         page_(page),
-        who_(site::AskWho()),
+        who_(site::AskWho(site::kActivity)),
         texts_(Argument("frame"), Argument("common"), nullptr, nullptr, nullptr, nullptr) {}
 
   std::string Fill(const char* layout, const char* body) {

@@ -21,12 +21,12 @@ struct Who {
   int seconds_left;  ///< of the session, without further activity
 };
 
-/// Asks about the session of this request, which IsAuthorized() has allowed.
-inline Who AskWho() {
+/// Asks about the session of this request, which IsAuthorized() has allowed in the same mode.
+inline Who AskWho(int mode) {
   KESTCGI context;
   char user[493] = "";
   CgiAuthRequest check = {};
-  check.mode = kPoll;
+  check.mode = mode;
   KestCgiInit("", &context);
   KestCgiLoadInCookies(&context);
   const bool open = KestCgiIsAuthorized(&context, user, sizeof(user), &check, KEST_CGI_POSITION_ADMINISTRATION) > 0;

@@ -12,7 +12,7 @@ int main() {
   Tarvel request(true);
   if (!request.IsAuthorized(nullptr, site::kPoll, KEST_CGI_POSITION_ACCOUNT)) return 0;
 
-  const site::Who who = site::AskWho();
+  const site::Who who = site::AskWho(site::kPoll);
   Json::Value data;
   data["user"] = request.GetLoginUserName();
   data["language"] = request.GetUILanguage();
