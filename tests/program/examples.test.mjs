@@ -53,6 +53,16 @@ test("page greets by name, and markup in the name is text", () => {
   assert.equal(example("page", { query: { name: "<b>{title}&" } }).text, page("&lt;b&gt;{title}&amp;"));
 });
 
+test("chart describes a line with a gap", () => {
+  assert.deepEqual(example("chart", { cookie }).json, {
+    title: { text: "Temperature", style: "{font-size: 18px; text-align: left;}" },
+    y_legend: { text: "°C", style: "{font-size: 12px;}" },
+    elements: [{ type: "line", colour: "#8c172f", text: "Disk 1", width: 3, values: [31, 34, null, 38] }],
+    x_axis: { offset: false, labels: { labels: ["Mon", "Tue", "Wed", "Thu"] } },
+    y_axis: { min: 20, max: 50, offset: false, steps: 10 },
+  });
+});
+
 test("record counts from request to request", () => {
   assert.deepEqual([1, 2, 3].map(() => example("record", { cookie }).json.count), [1, 2, 3]);
 });
