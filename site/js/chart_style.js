@@ -96,7 +96,7 @@ function withLuminance(rgb, wanted) {
     if (luminance(fromHsl(kind, middle)) < wanted) low = middle;
     else high = middle;
   }
-  return fromHsl(kind, luminance(rgb) < wanted ? high : low);
+  return fromHsl(kind, (low + high) / 2);
 }
 
 // Descriptions choose their colours for white paper. On another ground a colour keeps the contrast that it has on white,

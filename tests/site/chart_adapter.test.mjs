@@ -133,6 +133,27 @@ test("On a dark ground a colour keeps its hue and its contrast", () => {
   assert.ok(Math.abs(contrast([red, green, blue], kDark.ground) - contrast(parseColour("#17678c"), [255, 255, 255])) < 0.2);
 });
 
+test("A colour is changed no further than it must be, and keeps the order of its parts", () => {
+  for (const colour of ["#ffff00", "#00ff80", "#80ff00", "#ff0080", "#8000ff", "#ffe0c0", "#c0ffe0"]) {
+    const rgb = parseColour(colour);
+    const order = (parts) => [0, 1, 2].sort((a, b) => parts[a] - parts[b] || a - b);
+    for (const [ground, wanted] of [[kLight.ground, 4.5], [kDark.ground, Math.max(4.5, contrast(rgb, kLight.ground))]]) {
+      const seen = onGround(rgb, ground, 4.5);
+      assert.deepEqual(order(seen), order(rgb), `${colour} became ${seen}`);
+      assert.ok(contrast(seen, ground) < wanted + 0.2 || contrast(rgb, ground) >= 4.5, `${colour} became ${seen}`);
+    }
+  }
+});
+
+test("Words of a faint colour are written in a stronger one", () => {
+  const [, ...rgb] = /(\d+), (\d+), (\d+)/.exec(style("color: yellow").colour).map(Number);
+  assert.ok(contrast(rgb, kLight.ground) >= 4.4);
+});
+
+test("Labels between two grid lines have none of their own", () => {
+  assert.deepEqual(verticalMarks(y({ max: 6, steps: 3, labels: { steps: 2 } })), [[0, "0", true], [2, "2", false], [3, "", true], [4, "4", false], [6, "6", true]]);
+});
+
 test("Words that would run into each other are shown less often, by multiples of what is wanted", () => {
   const labels = Array.from({ length: 24 }, (_, i) => `${i}:00`);
   const every = (steps, width) => shownEvery({ labels: { steps } }, labels, width);
