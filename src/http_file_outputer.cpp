@@ -281,7 +281,8 @@ int HTTPFileOutputer::DumpFile(FILE* in, FILE* out, long long offset, long long 
     const long long wanted = std::clamp(remaining, 0LL, static_cast<long long>(sizeof chunk));
     const size_t got = std::fread(chunk, 1, static_cast<size_t>(wanted), in);
     if (!WaitUntilWritable(out)) return -1;
-    if (std::fwrite(chunk, 1, got, out) != got) {
+    // What a buffer took in may have failed on its way out of it.
+    if (std::fwrite(chunk, 1, got, out) != got || std::ferror(out) != 0) {
       LogError("%s(%d): failed to write errno=%s", std::strerror(errno));
       return -1;
     }

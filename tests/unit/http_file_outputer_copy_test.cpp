@@ -213,6 +213,25 @@ TEST_F(CopyTest, AClientThatWentAwayIsAFailedWrite) {
   ExpectLogged("http_file_outputer(#): failed to write errno=Broken pipe");
 }
 
+// Its buffer takes whole pieces, so only sending them fails.
+TEST_F(CopyTest, AClientOfStandardOutputThatWentAwayIsAFailedWriteOfTheNextPiece) {
+  EXPECT_EQ(0, Copy(Pattern(8192), 0, 8192));
+  const int captured = dup(STDOUT_FILENO);
+  int ends[2];
+  ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+  close(ends[0]);
+  dup2(ends[1], STDOUT_FILENO);
+  const auto before = std::signal(SIGPIPE, SIG_IGN);
+  EXPECT_EQ(-1, Copy(Pattern(80000), 0, 80000));
+  std::signal(SIGPIPE, before);
+  dup2(captured, STDOUT_FILENO);
+  std::clearerr(stdout);
+  close(captured);
+  close(ends[1]);
+  Printed();
+  ExpectLogged("http_file_outputer(#): failed to write errno=Broken pipe");
+}
+
 TEST_F(CopyTest, EachPieceHasLeftBeforeTheNextOneIsWaitedFor) {
   machine().FailAfter("select", 1, EIO);
   EXPECT_EQ(-1, Copy(Pattern(20000), 0, 20000));
