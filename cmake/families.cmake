@@ -10,4 +10,5 @@ set(TARVEL_FAMILIES
   webutils
   template
   http_file_outputer
+  schedule
 )
