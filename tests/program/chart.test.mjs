@@ -102,7 +102,10 @@ test("The document of the volumes is whole", () => {
 
 test("Texts are in the language of the request", () => {
   const german = { cookie: `${cookie}; lang=de` };
-  assert.equal(ask("volumes", german).json.elements[0].values[3].label, "/volume2: 2,0 MiB frei");
+  writeFileSync("/volume2/half", Buffer.alloc(kMiB, 1));
+  const labels = ask("volumes", german).json.elements[0].values.map(({ label }) => label);
+  assert.deepEqual(labels.slice(2), ["/volume2: 1,0 MiB belegt", "/volume2: 1,0 MiB frei"]);
+  rmSync("/volume2/half");
   writeFileSync(kLog, "");
   assert.equal(ask("requests", german).json.x_legend.text, "Stunde (UTC); die letzte läuft noch");
 });
@@ -124,14 +127,20 @@ for (const chart of ["", "volume", "requests ", "Volumes", "../volumes"]) {
 test("No log is said to be missing", () => assertRefused(ask("requests"), "chart", "error_no_log"));
 
 const unreadable = {
-  "a folder": () => mkdirSync(kLog),
-  "a file without rights": () => (writeFileSync(kLog, "x"), chmodSync(kLog, 0)),
-  "a pipe that nobody writes to": () => assert.equal(spawnSync("mkfifo", [kLog]).status, 0),
+  "a folder": (file) => mkdirSync(file),
+  "a file without rights": (file) => (writeFileSync(file, "x"), chmodSync(file, 0)),
+  "a pipe that nobody writes to": (file) => assert.equal(spawnSync("mkfifo", [file]).status, 0),
 };
 for (const [name, make] of Object.entries(unreadable)) {
   test(`A log that cannot be read: ${name}`, () => {
-    make();
+    make(kLog);
     assertRefused(ask("requests"), "chart", "error_log_unreadable");
+  });
+
+  test(`Where the rotated log cannot be read, the hours before the log are gaps: ${name}`, () => {
+    make(`${kLog}.1`);
+    const values = valuesOf(count((hour) => writeFileSync(kLog, line(timeOf(hour, 5)) + line(timeOf(hour, 2)).repeat(3))));
+    assert.deepEqual(values, [...Array(19).fill(null), 0, 0, 3, 0, 0]);
   });
 }
 
@@ -209,6 +218,15 @@ test("Of a log longer than what is read, the hours wholly read are counted and t
   assert.match(reply.json.x_legend.text, /the log is longer than what is read of it/);
 });
 
+test("A line that is cut where the reading begins is no line", () => {
+  const reply = count((hour) => {
+    const [head, last] = [`x ${timeOf(hour, 1)} `, line(timeOf(hour, 30))];
+    const rest = "y".repeat(kMostRead - head.length - last.length - 1);
+    writeFileSync(kLog, `127.0.0.1 - ${head}${rest}\n${last}`);
+  });
+  assertCounts(reply, {});
+});
+
 test("A log of a tebibyte is answered for by its end", () => {
   const reply = count((hour) => {
     writeFileSync(kLog, "");
@@ -243,12 +261,6 @@ test("A log that was just rotated is not counted twice", () => {
   assertCounts(reply, { 1: 1 });
 });
 
-test("Where the rotated log cannot be read, the hours before the log are gaps", () => {
-  mkdirSync(`${kLog}.1`);
-  const values = valuesOf(count((hour) => writeFileSync(kLog, line(timeOf(hour, 5)) + line(timeOf(hour, 2)).repeat(3))));
-  assert.deepEqual(values, [...Array(19).fill(null), 0, 0, 3, 0, 0]);
-});
-
 test("A rotated log is read as far as the log leaves room", () => {
   const lines = (hour, requests) => Object.entries(requests).map(([back, number]) => line(timeOf(hour, Number(back))).repeat(number));
   const reply = count((hour) => {
@@ -257,6 +269,7 @@ test("A rotated log is read as far as the log leaves room", () => {
     writeFileSync(`${kLog}.1`, lines(hour, { 9: 50 }).concat(lines(hour, { 6: 3 }), lines(hour, { 4: 2 }), lines(hour, { 3: 1 })).join(""));
   });
   assert.deepEqual(valuesOf(reply), [...Array(15).fill(null), 0, 0, 3, 0, 2, 1, 0, 1, 0]);
+  assert.equal(reply.json.y_axis.max, 3, "an hour that is not known makes the axis no longer");
 });
 
 test("Hours begin where those of the appliance's time zone begin", (t) => {
@@ -269,6 +282,14 @@ test("Hours begin where those of the appliance's time zone begin", (t) => {
   assert.ok(reply.json.x_axis.labels.labels.every((label) => label.endsWith(":00")));
   assert.equal(reply.json.x_legend.text, "Hour (Asia/Kolkata); the last one is still running");
 });
+
+const scales = { 0: [1, 1], 1: [1, 1], 5: [5, 1], 6: [6, 2], 10: [10, 2], 11: [15, 5], 25: [25, 5], 26: [30, 10], 51: [60, 20], 4999: [5000, 1000] };
+for (const [requests, scale] of Object.entries(scales)) {
+  test(`The vertical axis for ${requests} requests`, () => {
+    const { max, steps } = count((hour) => writeFileSync(kLog, line(timeOf(hour, 2)).repeat(requests))).json.y_axis;
+    assert.deepEqual([max, steps], scale);
+  });
+}
 
 for (const zone of ["", "Nowhere/Atall", "../../../etc/passwd", "x".repeat(5000)]) {
   test(`A time zone that is none counts as UTC: ${zone.slice(0, 30)}`, (t) => {

@@ -8,16 +8,18 @@ import { tabTo } from "./person.mjs";
 const drawn = (page, id) => page.waitForSelector(`#${id} canvas`);
 const cells = (page, id) => page.$$eval(`#${id} tbody tr`, (rows) => rows.map((row) => [...row.cells].map((cell) => cell.textContent)));
 
-// How many of the canvas's pixels have been painted, and in how many colours.
-const paint = (page, id) =>
-  page.$eval(`#${id} canvas`, (canvas) => {
-    const { data } = canvas.getContext("2d").getImageData(0, 0, canvas.width, canvas.height);
-    const colours = new Map();
-    for (let i = 0; i < data.length; i += 4) {
-      if (data[i + 3] > 0) colours.set(data.slice(i, i + 3).join(), (colours.get(data.slice(i, i + 3).join()) ?? 0) + 1);
-    }
-    return { painted: [...colours.values()].reduce((sum, n) => sum + n, 0) / (data.length / 4), colours: colours.size };
-  });
+// Waits until more than this share of the canvas is painted.
+const painted = (page, id, share) =>
+  page.waitForFunction(
+    ([selector, least]) => {
+      const canvas = document.querySelector(selector);
+      const { data } = canvas.getContext("2d").getImageData(0, 0, canvas.width, canvas.height);
+      let count = 0;
+      for (let i = 3; i < data.length; i += 4) count += data[i] > 0 ? 1 : 0;
+      return count > (data.length / 4) * least;
+    },
+    [`#${id} canvas`, share],
+  );
 
 const requestsOf = (back) => Math.round(62 + 35 * Math.sin(back / 2.1) + 25 * Math.cos(back / 5));
 
@@ -40,10 +42,13 @@ async function openCharts({ page, url, login, state }, account = "admin") {
   await drawn(page, "volumes");
 }
 
+const kPhone =
+  "Mozilla/5.0 (iPhone; CPU iPhone OS 17_5 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/17.5 Mobile/15E148 Safari/604.1";
+
 const screens = {
   dark: { colorScheme: "dark" },
   phone: { viewport: { width: 360, height: 740 }, deviceScaleFactor: 2 },
-  "phone-dark-german": { viewport: { width: 360, height: 740 }, colorScheme: "dark", locale: "de-DE", deviceScaleFactor: 2 },
+  "phone-dark-german": { viewport: { width: 360, height: 740 }, colorScheme: "dark", locale: "de-DE", deviceScaleFactor: 2, userAgent: kPhone },
 };
 
 for (const [name, context] of Object.entries(screens)) {
@@ -54,23 +59,27 @@ for (const [name, context] of Object.entries(screens)) {
         const { page } = site;
         await openCharts(site);
         await drawn(page, "requests");
-        await page.waitForTimeout(900); // until the slices have come to rest
+        await painted(page, "volumes", 0.15);
+        await painted(page, "requests", 0.01);
         await site.shot("page");
-        assert.ok((await paint(page, "volumes")).painted > 0.15, "the pie is not there");
-        assert.ok((await paint(page, "requests")).painted > 0.01, "the line is not there");
         const width = await page.evaluate(() => [document.documentElement.scrollWidth, innerWidth]);
         assert.ok(width[0] <= width[1], `the page is wider than the screen: ${width}`);
       },
-      { context },
+      { context: { ...context, reducedMotion: "reduce" } },
     ));
 }
 
 test("Keyboard, table, language and screen", () =>
   withSite("charts-use", async (site) => {
-    const { page, shot } = site;
+    const { page, shot, url } = site;
+    const asked = [];
+    page.on("request", (request) => asked.push(request.url()));
     await openCharts(site);
     await drawn(page, "requests");
-    await page.waitForTimeout(900); // until the slices have come to rest
+    assert.ok(asked.includes(`${url}/lib/chart.js`));
+    assert.deepEqual(asked.filter((address) => !address.startsWith(`${url}/`)), [], "something came from elsewhere");
+    await painted(page, "volumes", 0.15);
+    await painted(page, "requests", 0.01);
     await shot("page");
 
     // What is drawn is also said, and the table is reached without a mouse.
@@ -99,7 +108,23 @@ test("Keyboard, table, language and screen", () =>
     const before = await page.$eval("#requests canvas", (canvas) => canvas.toDataURL());
     await page.emulateMedia({ colorScheme: "dark" });
     await page.waitForFunction((old) => document.querySelector("#requests canvas").toDataURL() !== old, before);
-  }));
+  }, { context: { reducedMotion: "reduce" } }));
+
+test("The libraries are served with their licences", () =>
+  withSite(
+    "charts-licences",
+    async ({ url }) => {
+      for (const name of ["chart.LICENSE.txt", "chart.color.LICENSE.txt"]) {
+        const reply = await fetch(`${url}/lib/${name}`);
+        assert.equal(reply.headers.get("content-type"), "text/plain; charset=utf-8");
+        assert.match(await reply.text(), /Permission is hereby granted/);
+      }
+      assert.match(await (await fetch(`${url}/lib/chart.js`)).text(), /^\/\*!\n \* Chart\.js v4/);
+      assert.equal((await fetch(`${url}/package.json`)).status, 404);
+      assert.equal((await fetch(`${url}/package-lock.json`)).status, 404);
+    },
+    { browser: false },
+  ));
 
 test("An ordinary account sees the volumes, and that the requests are for administrators", () =>
   withSite("charts-anna", async (site) => {
