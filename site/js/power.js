@@ -1,7 +1,7 @@
 // The power menu of the administrator's banner, and the question before anything happens. The banner's link is the library's
 // and calls KEST.AppBanner.show(link).
 import { post } from './api.js';
-import { setText, translate } from './texts.js';
+import { setText } from './texts.js';
 
 const kTrigger = 'appbanner-powermenu-trigger';
 const kActions = ['restart', 'shutdown'];
@@ -24,14 +24,25 @@ function word(tag, text, properties = {}) {
   return element;
 }
 
+function open() {
+  menu().hidden = false;
+  trigger().setAttribute('aria-expanded', 'true');
+  menu().firstElementChild.focus();
+}
+
 function close() {
-  menu()?.remove();
-  trigger()?.setAttribute('aria-expanded', 'false');
+  menu().hidden = true;
+  trigger().setAttribute('aria-expanded', 'false');
 }
 
 function closeAndReturn() {
   close();
-  trigger()?.focus();
+  trigger().focus();
+}
+
+function show() {
+  if (menu().hidden) open();
+  else closeAndReturn();
 }
 
 // Once it answers again, the page is loaded anew.
@@ -44,40 +55,41 @@ async function awaitReturn() {
 }
 
 async function carryOut(action, dialog) {
-  const [question, buttons] = dialog.querySelectorAll('p, .actions');
+  const [question, done, buttons] = dialog.querySelectorAll('p, .actions');
+  buttons.hidden = true;
   const reply = await post('power', { action });
   if (!reply.success) {
+    buttons.hidden = false;
     await setText(question, reply.errno ? `${reply.errno.section}:${reply.errno.key}` : 'error:error_power_failed');
     return;
   }
-  buttons.remove();
   dialog.addEventListener('cancel', (event) => event.preventDefault());
   dialog.focus();
-  await setText(question, `frame:${action}_done`);
+  question.hidden = true;
+  done.hidden = false;
   if (action === 'restart') await awaitReturn();
 }
 
 function ask(action) {
   close();
+  setText(document.getElementById(`${action}-question`), `frame:${action}_ask`);
+  document.getElementById(`${action}-dialog`).showModal();
+}
+
+// Waits in the page, so that its words are there when it opens, and when nobody is left to ask for them.
+function makeDialog(action) {
   const cancel = word('button', 'frame:cancel', { type: 'button', autofocus: true });
   const confirm = word('button', `frame:${action}`, { type: 'button', className: 'primary' });
-  const dialog = make('dialog', { id: 'power', tabIndex: -1 }, word('h2', `frame:${action}`, { id: 'power-title' }),
-    word('p', `frame:${action}_ask`, { id: 'power-question' }), make('div', { className: 'actions' }, cancel, confirm));
-  dialog.setAttribute('aria-labelledby', 'power-title');
-  dialog.setAttribute('aria-describedby', 'power-question');
-  dialog.querySelector('p').setAttribute('role', 'status');
+  const question = word('p', `frame:${action}_ask`, { id: `${action}-question` });
+  const words = make('div', { role: 'status' }, question, word('p', `frame:${action}_done`, { hidden: true }));
+  const dialog = make('dialog', { id: `${action}-dialog`, tabIndex: -1 }, word('h2', `frame:${action}`, { id: `${action}-title` }),
+    words, make('div', { className: 'actions' }, cancel, confirm));
+  dialog.setAttribute('aria-labelledby', `${action}-title`);
+  dialog.setAttribute('aria-describedby', question.id);
   cancel.addEventListener('click', () => dialog.close());
-  confirm.addEventListener('click', () => {
-    confirm.disabled = cancel.disabled = true;
-    carryOut(action, dialog).finally(() => (confirm.disabled = cancel.disabled = false));
-  });
-  dialog.addEventListener('close', () => {
-    dialog.remove();
-    trigger()?.focus();
-  });
-  document.body.append(dialog);
-  dialog.showModal();
-  return translate(dialog);
+  confirm.addEventListener('click', () => carryOut(action, dialog));
+  dialog.addEventListener('close', () => trigger().focus());
+  return dialog;
 }
 
 // The keys of a menu: arrows go round, Escape and Tab leave.
@@ -91,51 +103,43 @@ function listen(list) {
     else if (event.key === 'Tab') close();
     if (target !== undefined || event.key === 'Escape') event.preventDefault();
   });
-  list.addEventListener('focusout', ({ relatedTarget }) => {
-    if (relatedTarget && relatedTarget !== trigger() && !list.contains(relatedTarget)) close();
-  });
 }
 
-function open(link) {
-  const list = make('div', { id: 'powermenu' }, ...kActions.map((action) => {
-    const item = word('button', `frame:${action}`, { type: 'button', tabIndex: -1 });
-    item.setAttribute('role', 'menuitem');
+function makeMenu() {
+  const items = kActions.map((action) => {
+    const item = word('button', `frame:${action}`, { type: 'button', tabIndex: -1, role: 'menuitem' });
     item.addEventListener('click', () => ask(action));
     return item;
-  }));
-  list.setAttribute('role', 'menu');
+  });
+  const list = make('div', { id: 'powermenu', role: 'menu', hidden: true }, ...items);
   list.dataset.label = 'frame:power_menu';
   listen(list);
-  link.after(list);
-  link.setAttribute('aria-expanded', 'true');
-  translate(list);
-  list.firstElementChild.focus();
-}
-
-function show(link) {
-  if (menu()) closeAndReturn();
-  else open(link);
+  return list;
 }
 
 // The link is a button in all but name; it is made one each time the banner arrives.
 export function dressTrigger() {
+  if (!trigger()) return;
   for (const [name, value] of Object.entries({ role: 'button', 'aria-haspopup': 'menu', 'aria-expanded': 'false' })) {
-    trigger()?.setAttribute(name, value);
+    trigger().setAttribute(name, value);
   }
+  trigger().after(makeMenu());
 }
 
 export function bringPowerToLife(header) {
+  if (!trigger()) return;
   window.KEST = { AppBanner: { show } };
   dressTrigger();
+  document.body.append(...kActions.map(makeDialog));
   header.addEventListener('click', (event) => {
     if (event.target.id === kTrigger) event.preventDefault();
   });
   header.addEventListener('keydown', (event) => {
     if (event.target.id !== kTrigger || ![' ', 'ArrowDown'].includes(event.key)) return;
     event.preventDefault();
-    if (!menu()) open(event.target);
+    open();
   });
   document.addEventListener('pointerdown', ({ target }) => {
-    if (menu() && !menu().contains(target) && target.id !== kTrigger) close();
+    if (!menu().hidden && !menu().contains(target) && target.id !== kTrigger) close();
   });
 }

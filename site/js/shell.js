@@ -33,7 +33,8 @@ async function chooseLanguage(button) {
   const reply = await post('language', { lang: button.lang });
   if (!reply.success) return;
   forgetTexts();
-  await Promise.all([translate(), renewFragments()]);
+  await renewFragments();
+  await translate();
   markLanguage(button.parentElement);
 }
 
