@@ -48,7 +48,7 @@ test("Every page is served, with its head and its content whole", () => {
     assert.equal(status, 200, page);
     assert.equal(headers.get("content-type"), 'text/html; charset="UTF-8"');
     assert.equal(headers.get("cache-control"), "no-store");
-    assert.match(text, /<title data-text="\w+:\w+">[^<]+<\/title>\n<script type="module" src="\/js\/\w+\.js"><\/script>\n<\/head>/, page);
+    assert.match(text, /<title data-text="\w+:\w+">[^<]+<\/title>\n(<link [^>]+>\n)*(<script [^>]+><\/script>\n)+<\/head>/, page);
     assert.match(text, /<\/header>\n<main id="content"[^]*<\/main>\n\n<\/body>\n<\/html>\n$/, page);
     assert.doesNotMatch(text, /\{[a-z_]+\}/, `${page}: a placeholder is left`);
   }

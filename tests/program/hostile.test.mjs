@@ -4,7 +4,7 @@ import { readFileSync, readdirSync } from "node:fs";
 import { before, test } from "node:test";
 import { assertRefused, login, makeAccounts, run, settingsFile } from "./program.mjs";
 
-const kPrograms = ["draft", "general", "language", "login", "logout", "texts", "upload", "whoami"];
+const kPrograms = ["draft", "general", "language", "login", "logout", "power", "texts", "upload", "whoami"];
 const kBodyMax = 1048576;
 let cookie;
 
@@ -70,7 +70,7 @@ const refused = [
   ["a name of 1 MiB", 413, "name_too_long", { body: `${"a".repeat(kBodyMax - 2)}=1` }],
 ];
 for (const [what, status, reason, request] of refused) {
-  for (const program of ["draft", "general", "language", "login", "texts", "whoami"]) {
+  for (const program of ["draft", "general", "language", "login", "power", "texts", "whoami"]) {
     test(`${program} refuses ${what}`, () => {
       const reply = run(program, { cookie, ...request });
       assert.equal(reply.headers.get("x-request-refused"), reason);

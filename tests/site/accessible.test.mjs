@@ -3,6 +3,7 @@ import assert from "node:assert/strict";
 import { readFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import { test } from "node:test";
+import { agents } from "../program/agents.mjs";
 import { withSite } from "./harness.mjs";
 import { openForm } from "./person.mjs";
 
@@ -35,7 +36,7 @@ async function pagesOfAnOrdinaryAccount({ page, url, login }) {
 
 async function pagesOfAnAdministrator({ page, url, login }) {
   await login("admin");
-  for (const name of ["index", "upload"]) {
+  for (const name of ["index", "upload", "logout", "nowhere"]) {
     await page.goto(`${url}/${name}.html`);
     await page.waitForLoadState("networkidle");
     await assertAccessible(page, name);
@@ -58,6 +59,22 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await assertAccessible(page, "settings, saved");
 }
 
+async function powerMenu({ page, url, login }) {
+  await login("admin");
+  await page.goto(`${url}/`);
+  await page.waitForLoadState("networkidle");
+  if (await page.isVisible("summary")) {
+    await assertAccessible(page, "a phone, the menu closed");
+    await page.click("summary");
+    await assertAccessible(page, "a phone, the menu open");
+  }
+  await page.click("#appbanner-powermenu-trigger");
+  await assertAccessible(page, "the power menu");
+  await page.keyboard.press("Enter");
+  await page.waitForSelector("dialog[open]");
+  await assertAccessible(page, "the question of the power menu");
+}
+
 for (const colorScheme of ["light", "dark"]) {
   test(`Every page is accessible on a ${colorScheme} screen`, () =>
     withSite(
@@ -65,7 +82,13 @@ for (const colorScheme of ["light", "dark"]) {
       async (site) => {
         await pagesOfAnOrdinaryAccount(site);
         await pagesOfAnAdministrator(site);
+        await powerMenu(site);
       },
       { context: { colorScheme } },
     ));
+
+  test(`The phone's layout is accessible on a ${colorScheme} screen`, () =>
+    withSite(`accessible-phone-${colorScheme}`, powerMenu, {
+      context: { colorScheme, viewport: { width: 360, height: 740 }, userAgent: agents["an iPhone"].agent },
+    }));
 }
