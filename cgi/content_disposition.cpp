@@ -2,17 +2,11 @@
 
 #include <tarvel/webutils.h>
 
-#include <clocale>
-#include <cstdlib>
+#include "utf8.h"
 
 namespace site {
 
 namespace {
-
-bool IsUtf8(const std::string& text) {
-  setlocale(LC_CTYPE, "C.UTF-8");
-  return mbstowcs(nullptr, text.c_str(), 0) != static_cast<size_t>(-1);
-}
 
 template <typename Test>
 std::string Underlined(std::string text, Test is_bad) {

@@ -11,6 +11,8 @@
 #include <tarvel/tarvel.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -19,33 +21,13 @@
 
 #include "account_files.h"
 #include "content_disposition.h"
+#include "file_refusal.h"
 #include "folder_archive.h"
-#include "reply.h"
 
 namespace {
 
-struct Failure {
-  const char* status;
-  const char* key;
-};
-
-Failure FailureOf(int error) {
-  switch (error) {
-    case EACCES:
-      return {"403 Forbidden", "error_not_yours"};
-    case ENOENT:
-    case ENOTDIR:
-    case ENAMETOOLONG:
-      return {"404 Not Found", "error_missing"};
-    default:
-      return {"500 Internal Server Error", "error_not_read"};
-  }
-}
-
-constexpr Failure kWrongMethod = {"405 Method Not Allowed", "error_method"};
-constexpr Failure kNoFormat = {"400 Bad Request", "error_no_format"};
-constexpr Failure kNoFile = {"403 Forbidden", "error_no_file"};
-constexpr Failure kNoFolder = {"403 Forbidden", "error_no_folder"};
+constexpr site::FileRefusal kWrongMethod = {"405 Method Not Allowed", "error_method"};
+constexpr site::FileRefusal kNoFormat = {"400 Bad Request", "error_no_format"};
 
 bool IsMethod(const char* name) {
   const char* method = getenv("REQUEST_METHOD");
@@ -61,10 +43,9 @@ int SendHead(Tarvel& request, const Lines& lines, std::string type) {
   return request.WriteHeader(type.data()) ? 0 : 1;
 }
 
-int RefuseFile(Tarvel& request, const Failure& failure) {
-  request.AddHeader("Status", failure.status);
-  if (IsMethod("HEAD")) return SendHead(request, {}, "text/plain; charset=\"UTF-8\"");
-  return site::Refuse(request, "files", failure.key);
+int Refuse(Tarvel& request, const site::FileRefusal& refusal) {
+  if (!IsMethod("HEAD")) return site::RefuseFile(request, refusal);
+  return SendHead(request, {{"Status", refusal.status}}, "text/plain; charset=\"UTF-8\"");
 }
 
 // One state of a file from every other, so that a client may join pieces that carry the same tag. The time of the last
@@ -116,9 +97,9 @@ void Print(const Lines& lines) {
 }
 
 int SendFile(Tarvel& request, const site::FoundFile& file) {
-  if (!S_ISREG(file.info.st_mode)) return RefuseFile(request, kNoFile);
+  if (!S_ISREG(file.info.st_mode)) return Refuse(request, site::kNoFile);
   FILE* stream = site::OpenFile(file);
-  if (stream == nullptr) return RefuseFile(request, FailureOf(errno));
+  if (stream == nullptr) return Refuse(request, site::RefusalOf(errno));
 
   HTTPFileOutputer outputer;
   const std::string type = outputer.GetMimeType(file.name.c_str());
@@ -143,13 +124,13 @@ int SendFile(Tarvel& request, const site::FoundFile& file) {
 }
 
 int SendArchive(Tarvel& request, const site::FoundFile& folder) {
-  if (!S_ISDIR(folder.info.st_mode)) return RefuseFile(request, kNoFolder);
+  if (!S_ISDIR(folder.info.st_mode)) return Refuse(request, site::kNoFolder);
   const std::string name = folder.name + ".tar";
   const std::string type = "application/x-tar";
   const Lines lines = LinesFor(name, type);
   if (IsMethod("HEAD")) return SendHead(request, lines, type);
   site::FolderArchive archive(folder);
-  if (archive.stream() == nullptr) return RefuseFile(request, FailureOf(errno));
+  if (archive.stream() == nullptr) return Refuse(request, site::RefusalOf(errno));
 
   Print(lines);
   const int result = HTTPFileOutputer().Output(archive.stream(), name.c_str(), type.c_str());
@@ -165,13 +146,13 @@ int main() {
   if (!request.IsAuthorized(nullptr, 1, KEST_CGI_POSITION_ACCOUNT)) return 0;
   if (!IsMethod("GET") && !IsMethod("HEAD")) {
     request.AddHeader("Allow", "GET, HEAD");
-    return RefuseFile(request, kWrongMethod);
+    return Refuse(request, kWrongMethod);
   }
   site::FoundFile file;
   const int error = site::FindFile(request.In("path", ""), request.GetLoginUserName(), file);
-  if (error != 0) return RefuseFile(request, FailureOf(error));
+  if (error != 0) return Refuse(request, site::RefusalOf(error));
 
   const std::string archive = request.In("archive", "");
   if (archive.empty()) return SendFile(request, file);
-  return archive == "tar" ? SendArchive(request, file) : RefuseFile(request, kNoFormat);
+  return archive == "tar" ? SendArchive(request, file) : Refuse(request, kNoFormat);
 }

@@ -1,0 +1,17 @@
+// Names of files are bytes; what is sent about them is UTF-8.
+#ifndef CGI_UTF8_H
+#define CGI_UTF8_H
+
+#include <string>
+
+namespace site {
+
+/// Whether a text is UTF-8.
+bool IsUtf8(const std::string& text);
+
+/// A text with U+FFFD for each byte that belongs to no character.
+std::string AsUtf8(const std::string& text);
+
+}  // namespace site
+
+#endif  // CGI_UTF8_H
