@@ -33,7 +33,9 @@ async function call(target, options = {}) {
 
 const body = (fields) => ({ method: 'POST', body: fields });
 
-export const get = (program, fields = {}) => call(`${program}.cgi?${new URLSearchParams(fields)}`);
+// fields: an object, or a query string that is encoded already: names of files may be no text.
+export const get = (program, fields = {}) =>
+  call(`${program}.cgi?${typeof fields === 'string' ? fields : new URLSearchParams(fields)}`);
 export const post = (program, fields = {}) => call(`${program}.cgi`, body(new URLSearchParams(fields)));
 export const postUpload = (program, formData) => call(`${program}.cgi`, body(formData));
 

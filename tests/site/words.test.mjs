@@ -35,7 +35,7 @@ const scripts = filesIn("site/js", ".js");
 const programs = filesIn("cgi", ".cpp").concat(filesIn("cgi", ".h"));
 
 // Sections whose keys a program names alone.
-const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/download.cpp": "files", "cgi/login.cpp": "login" };
+const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/download.cpp": "files", "cgi/file_refusal.h": "files", "cgi/login.cpp": "login" };
 
 // The programs name section and key apart: Refuse(request, "error", "error_x"), or a key of their own section or "error" alone.
 function namesInPrograms() {

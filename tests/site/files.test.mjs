@@ -1,0 +1,189 @@
+// The page of the files: what a person sees in the folders, downloads, and films in which one seeks.
+import assert from "node:assert/strict";
+import { spawnSync } from "node:child_process";
+import { randomBytes } from "node:crypto";
+import { mkdir, readFile, writeFile } from "node:fs/promises";
+import { test } from "node:test";
+import { drawFilm, webm } from "./film.mjs";
+import { withSite } from "./harness.mjs";
+import { tabTo } from "./person.mjs";
+
+const kPhone = "Mozilla/5.0 (Linux; Android 13; Pixel 7) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/124.0.0.0 Mobile Safari/537.36";
+
+const names = (page) => page.locator("#items .name").allTextContents();
+const shows = (page, name) => page.waitForFunction((text) => [...document.querySelectorAll("#crumbs [aria-current]")].some((crumb) => crumb.textContent === text), name);
+
+async function openFiles({ page, url }, folder) {
+  await page.goto(`${url}/files.html${folder ? `#${encodeURIComponent(folder)}` : ""}`);
+  await page.waitForSelector("#items tr");
+}
+
+test("A person finds a file by keyboard, looks at it and goes back", () =>
+  withSite("files", async ({ page, url, login, shot }) => {
+    await login("anna");
+    await page.goto(`${url}/`);
+    await page.waitForSelector("html:not(.waiting)");
+    await tabTo(page, 'nav a[href="/files.html"]');
+    await page.keyboard.press("Enter");
+    await page.waitForSelector("#items tr");
+    assert.deepEqual(await names(page), ["public", "anna"]);
+    assert.equal(await page.isVisible("#archive"), false, "the two folders are no folder together");
+    await tabTo(page, '#items a[href="#%2Fvolume1%2Fpublic"]');
+    await page.keyboard.press("Enter");
+    await shows(page, "public");
+    assert.deepEqual(await names(page), ["chime.wav", "clock.webm", "hills.jpg", "welcome.txt"]);
+    assert.equal(await page.evaluate(() => document.activeElement.id), "folder", "the folder has the focus");
+    await shot("folder");
+    await tabTo(page, 'a[href$="hills.jpg"]');
+    await page.keyboard.press("Enter");
+    await page.waitForFunction(() => document.querySelector("#preview-stage img")?.naturalWidth === 960);
+    await shot("picture");
+    await tabTo(page, "#preview-close");
+    await page.keyboard.press("Enter");
+    assert.match(await page.evaluate(() => document.activeElement.href), /hills\.jpg$/, "the file has the focus again");
+    await page.click('a[href$="chime.wav"]');
+    await page.waitForFunction(() => document.querySelector("#preview-stage audio")?.duration === 2);
+    await page.goBack();
+    await page.waitForFunction(() => document.querySelectorAll("#items tr").length === 2);
+    assert.equal(await page.isVisible("#preview"), false);
+  }));
+
+test("A folder of everything odd, in German, of many pages", () =>
+  withSite(
+    "files-odd",
+    async (site) => {
+      const { page, login, shot, state } = site;
+      const folder = `${state}/volume1/public/Gr\u00fc\u00dfe "&amp; 100%`;
+      await mkdir(`${folder}/<b>deep<`, { recursive: true });
+      await mkdir(`${folder}/empty`);
+      await writeFile(`${folder}/<img src=x onerror=alert(1)>.txt`, "x".repeat(1_234_567));
+      await writeFile(Buffer.concat([Buffer.from(`${folder}/`), Buffer.from([0xff]), Buffer.from(".bin")]), "bytes that are no text");
+      await writeFile(`${folder}/${"long ".repeat(40)}`, "");
+      for (let i = 0; i < 230; ++i) await writeFile(`${folder}/z${String(i).padStart(3, "0")}`, "");
+      await login("anna");
+      await openFiles(site, '/volume1/public/Gr\u00fc\u00dfe "&amp; 100%');
+      assert.equal(await page.textContent("#crumbs [aria-current]"), 'Gr\u00fc\u00dfe "&amp; 100%');
+      const shown = await names(page);
+      assert.equal(shown.length, 100);
+      assert.deepEqual(shown.slice(0, 3), ["<b>deep<", "empty", "<img src=x onerror=alert(1)>.txt"]);
+      assert.equal(await page.locator("#items img, #items b").count(), 0, "a name is a text, whatever it holds");
+      assert.equal(await page.textContent("#items tr:nth-child(3) .size"), "1,2 MB");
+      assert.equal(await page.textContent("h1"), "Dateien");
+      await shot("first");
+      await page.click("#next");
+      await page.waitForFunction(() => document.getElementById("position").textContent.startsWith("101"));
+      await page.click("#next");
+      await page.waitForFunction(() => document.getElementById("position").textContent.startsWith("201"));
+      assert.equal(await page.textContent("#position"), "201\u2013235 / 235");
+      assert.equal(await page.isDisabled("#next"), true);
+      const odd = page.locator("#items a.fetch", { hasText: "\ufffd.bin" });
+      const [download] = await Promise.all([page.waitForEvent("download"), odd.click()]);
+      assert.equal(await readFile(await download.path(), "utf8"), "bytes that are no text");
+      await openFiles(site, '/volume1/public/Gr\u00fc\u00dfe "&amp; 100%');
+      await page.click("#items tr:nth-child(2) a");
+      await shows(page, "empty");
+      assert.equal(await page.textContent("#status"), "Dieser Ordner ist leer.");
+      await page.click('.languages button[lang="en"]');
+      await page.waitForFunction(() => document.getElementById("status").textContent === "This folder is empty.");
+    },
+    { context: { locale: "de-DE" } },
+  ));
+
+test("What the account may not see is said, and a link from elsewhere leads nowhere", () =>
+  withSite("files-refused", async ({ page, url, login }) => {
+    await login("anna");
+    for (const [path, said] of [
+      ["/volume1/homes/bernd", "Your account may not reach this."],
+      ["/volume1/public/nothing", "There is no such file or folder any more."],
+      ["/volume1/public/welcome.txt", "This is not a folder."],
+    ]) {
+      await page.goto(`${url}/files.html#${encodeURIComponent(path)}`);
+      await page.reload();
+      await page.waitForSelector("#notice.error");
+      assert.equal(await page.textContent("#notice"), said);
+      assert.equal(await page.locator("#items tr").count(), 0);
+    }
+    await page.goto(`${url}/files.html#"><script>alert(1)</script>`);
+    await page.reload();
+    await page.waitForSelector("#items tr");
+    assert.deepEqual(await names(page), ["public", "anna"]);
+  }));
+
+test("A file and a folder are saved byte for byte", () =>
+  withSite("files-saved", async (site) => {
+    const { page, login, state } = site;
+    const content = randomBytes(3_000_000);
+    await writeFile(`${state}/volume1/homes/anna/large file.bin`, content);
+    await login("anna");
+    await openFiles(site, "/volume1/homes/anna");
+    const saved = async (selector) => {
+      const [download] = await Promise.all([page.waitForEvent("download"), page.click(selector)]);
+      return { name: download.suggestedFilename(), bytes: await readFile(await download.path()) };
+    };
+    const file = await saved("#items tr:first-child a.fetch");
+    assert.equal(file.name, "large file.bin");
+    assert.ok(file.bytes.equals(content));
+    const archive = await saved("#archive");
+    assert.equal(archive.name, "anna.tar");
+    const unpacked = spawnSync("tar", ["--extract", "--to-stdout", "anna/large file.bin"], { input: archive.bytes, maxBuffer: 2 * content.length });
+    assert.ok(unpacked.stdout.equals(content), String(unpacked.stderr));
+    const reply = await page.request.get(`${site.url}/cgi/download.cgi?path=/volume1/public/clock.webm`);
+    assert.match(reply.headers()["content-security-policy"], /^sandbox; default-src 'none'/, "the site's own policy does not replace it");
+  }));
+
+test("In a film one seeks, and only what is needed is fetched", () =>
+  withSite("files-film", async (site) => {
+    const { page, url, login, state, shot } = site;
+    await login("anna");
+    await page.goto(`${url}/`);
+    const film = webm(await drawFilm(page, { seconds: 12 }), { paddingBytes: 6_000_000 });
+    await writeFile(`${state}/volume1/public/far.webm`, film);
+    const replies = [];
+    page.on("response", (reply) => {
+      if (reply.url().includes("far.webm")) replies.push({ status: reply.status(), range: reply.headers()["content-range"] });
+    });
+    await openFiles(site, "/volume1/public");
+    await page.click('#items .name a[href$="far.webm"]');
+    await page.waitForFunction(() => document.querySelector("#preview video")?.readyState >= 2);
+    assert.equal(await page.evaluate(() => document.querySelector("#preview video").duration), 12);
+    const seeked = await page.evaluate(async () => {
+      const video = document.querySelector("#preview video");
+      const arrived = new Promise((resolve) => video.addEventListener("seeked", resolve, { once: true }));
+      video.currentTime = 10.5;
+      await arrived;
+      // The picture of then, not of the beginning: the clock's ground turns from petrol to violet.
+      const canvas = new OffscreenCanvas(320, 180);
+      const pen = canvas.getContext("2d");
+      pen.drawImage(video, 0, 0);
+      const [red, green, blue] = pen.getImageData(5, 5, 1, 1).data;
+      return { time: video.currentTime, red, green, blue };
+    });
+    assert.equal(seeked.time, 10.5);
+    assert.ok(seeked.green < seeked.red && seeked.red < seeked.blue, `not violet: ${JSON.stringify(seeked)}`);
+    await shot("seeked");
+    const starts = replies.map(({ status, range }) => {
+      assert.equal(status, 206);
+      return Number(/^bytes (\d+)-/.exec(range)[1]);
+    });
+    assert.equal(starts[0], 0);
+    assert.ok(starts.some((start) => start > film.length * 0.7), `fetched from ${starts} of ${film.length}`);
+    const fetched = await page.evaluate(() => performance.getEntriesByType("resource").filter(({ name }) => name.includes("far.webm")).length);
+    console.log(`film of ${film.length} bytes: ${fetched} requests, from ${starts}`);
+  }));
+
+test("On a phone everything fits", () =>
+  withSite(
+    "files-phone",
+    async (site) => {
+      const { page, login, shot, state } = site;
+      await mkdir(`${state}/volume1/public/A folder with a rather long name for a phone`);
+      await login("anna");
+      await openFiles(site, "/volume1/public");
+      await page.click('a[href$="clock.webm"]');
+      await page.waitForFunction(() => document.querySelector("#preview video")?.readyState >= 1);
+      const overflow = await page.evaluate(() => document.documentElement.scrollWidth - document.documentElement.clientWidth);
+      await shot("preview");
+      assert.ok(overflow <= 0, `${overflow} pixels are beyond the edge`);
+    },
+    { context: { viewport: { width: 360, height: 740 }, isMobile: true, hasTouch: true, userAgent: kPhone } },
+  ));
