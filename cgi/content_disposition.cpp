@@ -2,7 +2,7 @@
 
 #include <tarvel/webutils.h>
 
-#include "utf8.h"
+#include "name_text.h"
 
 namespace site {
 

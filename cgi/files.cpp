@@ -20,7 +20,7 @@
 
 #include "account_files.h"
 #include "file_refusal.h"
-#include "utf8.h"
+#include "name_text.h"
 
 namespace {
 

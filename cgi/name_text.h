@@ -1,6 +1,6 @@
 // Names of files are bytes; what is sent about them is UTF-8.
-#ifndef CGI_UTF8_H
-#define CGI_UTF8_H
+#ifndef CGI_NAME_TEXT_H
+#define CGI_NAME_TEXT_H
 
 #include <string>
 
@@ -14,4 +14,4 @@ std::string AsUtf8(const std::string& text);
 
 }  // namespace site
 
-#endif  // CGI_UTF8_H
+#endif  // CGI_NAME_TEXT_H

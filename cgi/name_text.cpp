@@ -1,4 +1,4 @@
-#include "utf8.h"
+#include "name_text.h"
 
 #include <clocale>
 #include <cstdlib>
