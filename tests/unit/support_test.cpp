@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <new>
 
 #include "support/platform_test.h"
 #include "tarvel.h"
@@ -19,6 +21,8 @@ namespace {
 using ::testing::_;
 using ::testing::ElementsAre;
 
+int* lost = nullptr;
+
 // A test inside the test; its end is the end of the object.
 class Inner : public PlatformTest {
  public:
@@ -26,6 +30,7 @@ class Inner : public PlatformTest {
   using PlatformTest::ExpectLogged;
   using PlatformTest::ExpectLoggedForDebugging;
   using PlatformTest::ExpectRequest;
+  using PlatformTest::FailuresUntilItSucceeds;
   using PlatformTest::machine;
   using PlatformTest::storage;
 
@@ -38,6 +43,19 @@ void LeaveAContextOpen() {
   KESTCGI context;
   EXPECT_CALL(inner.cgi(), KestCgiInit(_, _));
   KestCgiInit("", &context);
+}
+
+void LoseMemoryWhenMemoryIsShort() {
+  Inner inner;
+  inner.FailuresUntilItSucceeds([] {
+    auto kept = std::make_unique<int>(1);
+    try {
+      delete new int(2);
+    } catch (const std::bad_alloc&) {
+      lost = kept.release();
+      throw;
+    }
+  });
 }
 
 void FreeAContextTwice() {
@@ -127,6 +145,11 @@ TEST(PlatformTestTest, NoticesWhatIsNotGivenBack) {
   std::free(block);
   EXPECT_NONFATAL_FAILURE(KeepAPattern(), "leaked: compiled pattern");
   regfree(&pattern);
+}
+
+TEST(PlatformTestTest, NoticesBlocksThatAreLostWhenMemoryIsShort) {
+  EXPECT_NONFATAL_FAILURE(LoseMemoryWhenMemoryIsShort(), "blocks, after the failure of number 1");
+  delete lost;
 }
 
 TEST(PlatformTestTest, NoticesWrongUseOfAContext) {

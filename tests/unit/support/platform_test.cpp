@@ -9,8 +9,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <sstream>
 #include <utility>
+
+#include "support/allocations.h"
 
 namespace tarvel_test {
 
@@ -54,6 +57,26 @@ PlatformTest::~PlatformTest() {
 void PlatformTest::ExpectLogged(const std::string& text) { log_.Expect(LOG_ERR, text); }
 
 void PlatformTest::ExpectLoggedForDebugging(const std::string& text) { log_.Expect(LOG_DEBUG, text); }
+
+int PlatformTest::FailuresUntilItSucceeds(const std::function<void()>& call) {
+  constexpr int kEndless = 1000;
+  for (int failures = 0; failures < kEndless; ++failures) {
+    Calls();
+    const long before = LiveAllocations();
+    bool failed = false;
+    try {
+      const FailingNew failing(failures);
+      call();
+    } catch (const std::bad_alloc&) {
+      failed = true;
+    }
+    Calls();
+    EXPECT_EQ(before, LiveAllocations()) << "blocks, after the failure of number " << failures;
+    if (!failed) return failures;
+  }
+  ADD_FAILURE() << "no end of failures";
+  return kEndless;
+}
 
 void PlatformTest::WriteFile(const std::string& path, const std::string& content) {
   const std::filesystem::path real = machine_.RealPath(path);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <json/value.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -63,6 +64,12 @@ class PlatformTest : public ::testing::Test {
 
   /// The calls made into the platform and into libc since the last time.
   std::vector<std::string> Calls() { return machine_.TakeCalls(); }
+
+  /// Lets the first `new` of `call` fail, then the second, and so on until it gets through. Each failure must pass as
+  /// std::bad_alloc and leave as many blocks as there were before. The calls noted are dropped.
+  ///
+  /// @return how often it failed
+  int FailuresUntilItSucceeds(const std::function<void()>& call);
 
   /// A path of a file that does not exist yet.
   std::string ScratchPath(const std::string& name) const { return scratch_.path() + "/" + name; }
