@@ -39,11 +39,12 @@ std::string EncodeURL(const char* text);
 /// so no piece is empty; blanks are kept.
 ///
 /// @param text        the text; what stands behind a NUL byte is not looked at
-/// @param delimiters  the set of delimiters: each byte is one by itself; "" for none, which gives one piece
+/// @param delimiters  the set of delimiters up to a NUL byte: each byte is one by itself; "" for none, which gives one
+///                    piece
 /// @return the pieces; none for a text that is empty or holds delimiters only
 std::vector<std::string> StringExplode(const std::string& text, const std::string& delimiters);
 
-/// Texts joined into one, the counterpart of StringExplode().
+/// Texts joined into one, the counterpart of StringExplode(). Glue inside an item is not marked: it separates later.
 ///
 /// @param items  the texts, in their order, empty ones too
 /// @param glue   what stands between neighbours, not at the ends; null counts as ""

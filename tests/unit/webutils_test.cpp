@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,20 @@ TEST_F(EncodeHtmlTest, EveryOtherByteIsCopied) {
   }
 }
 
+TEST_F(EncodeHtmlTest, ALongTextIsEncodedLikeAShortOne) {
+  std::string text, expected;
+  while (text.size() < 1 << 20) {
+    text += "&<>\xff \"";
+    expected += "&amp;&lt;&gt;\xff&nbsp;\"";
+  }
+  EXPECT_EQ(expected, WebUtils::EncodeHtml(text, true));
+  for (const size_t bytes : {1023u, 1024u, 1025u, 2048u, 2049u}) {
+    const std::string encoded = WebUtils::EncodeHtml(std::string(bytes, ' ') + "<", true);
+    EXPECT_EQ(6 * bytes + 4, encoded.size());
+    EXPECT_EQ("&nbsp;&lt;", encoded.substr(encoded.size() - 10));
+  }
+}
+
 class EncodeURLTest : public PlatformTest {
  protected:
   // What EncodeURL() makes of `text` while the platform writes `written` and gives `result`.
@@ -89,6 +104,18 @@ TEST_F(EncodeURLTest, TheResultEndsAtTheFirstNulWhateverThePlatformAnswers) {
   using std::string_literals::operator""s;
   EXPECT_EQ("a", Encoded("abc", "a\0c"s, 3));
   EXPECT_EQ("ab", Encoded("abc", "ab", -1));
+}
+
+TEST_F(EncodeURLTest, TheTextIsHandedOverAsItIs) {
+  std::string bytes;
+  for (int byte = 1; byte <= UCHAR_MAX; ++byte) bytes += static_cast<char>(byte);
+  while (bytes.size() < 1 << 20) bytes += "a\xc3 %41";
+  EXPECT_CALL(cgi(), KestCgiURLEncode(StrEq(bytes), NotNull(), static_cast<int>(3 * bytes.size())))
+      .WillOnce([](const char*, char* buffer, int size) {
+        std::memset(buffer, '%', static_cast<size_t>(size));
+        return size;
+      });
+  EXPECT_EQ(std::string(3 * bytes.size(), '%'), WebUtils::EncodeURL(bytes.c_str()));
 }
 
 TEST_F(EncodeURLTest, AnEmptyTextIsHandedOverToo) {
@@ -183,6 +210,33 @@ TEST_F(StringExplodeTest, WhatStandsBehindANulIsNotLookedAt) {
   EXPECT_EQ(Texts(), WebUtils::StringExplode("\0a"s, ","));
 }
 
+TEST_F(StringExplodeTest, DelimitersBehindANulAreNone) {
+  using std::string_literals::operator""s;
+  EXPECT_EQ((Texts{"a", "b;c"}), WebUtils::StringExplode("a,b;c", ",\0;"s));
+  EXPECT_EQ((Texts{"a,b"}), WebUtils::StringExplode("a,b", "\0,"s));
+}
+
+TEST_F(StringExplodeTest, EveryByteMayBeADelimiterOrNot) {
+  for (int byte = 1; byte <= UCHAR_MAX; ++byte) {
+    const char other = byte == 'a' ? 'b' : 'a';
+    const std::string delimiter(1, static_cast<char>(byte)), text(3, other);
+    EXPECT_EQ((Texts{text, text}), WebUtils::StringExplode(text + delimiter + text, delimiter)) << "byte " << byte;
+    EXPECT_EQ((Texts{delimiter}), WebUtils::StringExplode(delimiter, std::string(1, other))) << "byte " << byte;
+  }
+}
+
+TEST_F(StringExplodeTest, ACharacterOfSeveralBytesIsSeveralDelimiters) {
+  EXPECT_EQ((Texts{"a", "\xb6z"}), WebUtils::StringExplode("a\xc3\xb6z", "\xc3\xa4"));
+}
+
+TEST_F(StringExplodeTest, AMebibyteOfPiecesOrOfDelimitersIsTakenApart) {
+  EXPECT_EQ((Texts{std::string(1 << 20, 'a'), "b"}), WebUtils::StringExplode(std::string(1 << 20, 'a') + ",b", ","));
+  EXPECT_EQ((Texts{"a"}), WebUtils::StringExplode(std::string(1 << 20, ',') + "a", ","));
+  std::string text;
+  for (int i = 0; i < 1 << 19; ++i) text += "a,";
+  EXPECT_EQ(Texts(1 << 19, "a"), WebUtils::StringExplode(text, ","));
+}
+
 TEST_F(StringExplodeTest, TheTextStaysAsItIs) {
   const std::string text = "a,b,c";
   EXPECT_EQ(3u, WebUtils::StringExplode(text, ",").size());
@@ -211,16 +265,34 @@ TEST_F(StringImplodeTest, BytesOfItemsAreKeptNulIncluded) {
   EXPECT_EQ("a\0b,\xff"s, WebUtils::StringImplode({"a\0b"s, "\xff"}, ","));
 }
 
+TEST_F(StringImplodeTest, GlueInsideAnItemIsNotMarked) {
+  const std::string joined = WebUtils::StringImplode({"a,b", ",", "c"}, ",");
+  EXPECT_EQ("a,b,,,c", joined);
+  EXPECT_EQ((Texts{"a", "b", "c"}), WebUtils::StringExplode(joined, ",")) << "and so it separates";
+}
+
+TEST_F(StringImplodeTest, AMebibyteIsJoined) {
+  const std::string item(1 << 20, 'a');
+  EXPECT_EQ(item + "::" + item, WebUtils::StringImplode({item, item}, "::"));
+  EXPECT_EQ("a" + item + "a", WebUtils::StringImplode({"a", "a"}, item.c_str()));
+}
+
 class StringLeftStripTest : public PlatformTest {};
 
 TEST_F(StringLeftStripTest, BlanksTabsAndLineFeedsGo) { EXPECT_EQ("a", WebUtils::StringLeftStrip(" \n\t \ta")); }
 
-TEST_F(StringLeftStripTest, NoOtherWhiteSpaceGoes) {
-  for (const std::string text : {"\ra", "\va", "\fa",
-                                 "\xa0"
-                                 "a"})
-    EXPECT_EQ(text, WebUtils::StringLeftStrip(text.c_str()));
-  EXPECT_EQ("\r a", WebUtils::StringLeftStrip(" \r a"));
+TEST_F(StringLeftStripTest, NoOtherByteGoes) {
+  for (int byte = 1; byte <= UCHAR_MAX; ++byte) {
+    if (std::strchr(" \n\t", byte) != nullptr) continue;
+    const std::string text = {static_cast<char>(byte), ' ', 'a'};
+    EXPECT_EQ(text, WebUtils::StringLeftStrip((" \n" + text).c_str())) << "byte " << byte;
+  }
+}
+
+TEST_F(StringLeftStripTest, ACarriageReturnStays) { EXPECT_EQ("\r\n a", WebUtils::StringLeftStrip("\r\n a")); }
+
+TEST_F(StringLeftStripTest, AMebibyteOfBlanksGoes) {
+  EXPECT_EQ("a", WebUtils::StringLeftStrip((std::string(1 << 20, ' ') + "a").c_str()));
 }
 
 TEST_F(StringLeftStripTest, WhatStandsInsideAndAtTheEndStays) {
@@ -267,6 +339,32 @@ class IsValidExtensionTest : public PlatformTest {};
 TEST_F(IsValidExtensionTest, TheNameIsLongerAndEndsWithTheExtensionInAnyCase) {
   for (const ExtensionRow& row : kExtensionRows) {
     EXPECT_EQ(row.valid, WebUtils::IsValidExtension(row.name, row.extension)) << __FILE__ << ":" << row.line;
+  }
+}
+
+TEST_F(IsValidExtensionTest, ANameOrExtensionOfAMebibyteIsCompared) {
+  const std::string name(1 << 20, 'a');
+  EXPECT_TRUE(WebUtils::IsValidExtension((name + ".JPG").c_str(), ".jpg"));
+  EXPECT_TRUE(WebUtils::IsValidExtension(("b" + name).c_str(), name.c_str()));
+  EXPECT_FALSE(WebUtils::IsValidExtension(name.c_str(), name.c_str()));
+}
+
+class TextsWithoutMemoryTest : public PlatformTest {};
+
+TEST_F(TextsWithoutMemoryTest, PassTheExceptionAndLoseNothing) {
+  const std::string text(3000, '&');
+  const Texts items(5, "an item that is longer than a short text");
+  const std::string list = WebUtils::StringImplode(items, ",");
+  const struct {
+    const char* name;
+    std::function<void()> call;
+  } calls[] = {{"EncodeHtml", [&] { WebUtils::EncodeHtml(text, false); }},
+               {"StringExplode", [&] { WebUtils::StringExplode(list, ","); }},
+               {"StringImplode", [&] { WebUtils::StringImplode(items, ","); }},
+               {"StringLeftStrip", [&] { WebUtils::StringLeftStrip(text.c_str()); }}};
+  for (const auto& [name, call] : calls) {
+    SCOPED_TRACE(name);
+    EXPECT_GE(FailuresUntilItSucceeds(call), 1);
   }
 }
 
