@@ -39,6 +39,8 @@ void WebUtils::Template::ReadFromStream(FILE* stream) {
 
 std::string WebUtils::Template::ApplyValues(const Json::Value& values) {
   std::string result;
+  // Values are mostly longer than their names; with too little room a long page would be copied to get more.
+  result.reserve(text_.size() + text_.size() / 2);
   size_t position = 0;
   int flags = 0;
   for (;;) {
