@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstddef>
+#include <limits>
 #include <string>
 
 #include "support/platform_test.h"
@@ -188,6 +189,30 @@ TEST_F(OFCChartTest, NegativeNumbersOfAnAxisAreLeftOutAndEmptyTextsAreNot) {
   EXPECT_EQ(Doc("{'offset': true, 'grid-colour': '', 'colour': ''}"), x_out);
 }
 
+TEST_F(OFCChartTest, NumbersAreWrittenFrom1On) {
+  Line line = {1, 1, 1, nullptr, nullptr, nullptr};
+  Pie pie = {0, 1, 1e-30F, nullptr};
+  YAxis y = {1, 1, 1, 1, false, false, nullptr, nullptr, nullptr, nullptr};
+  XAxis x = {1, 1, 1, 1, 1, false, false, nullptr, nullptr, nullptr};
+  Json::Value line_out, pie_out, y_out, x_out;
+  OFCChart::LineElemConfSet(&line, line_out);
+  OFCChart::PieElemConfSet(&pie, pie_out);
+  OFCChart::YAxisSet(&y, y_out);
+  OFCChart::XAxisSet(&x, x_out);
+  EXPECT_EQ(Doc("{'type': 'line', 'width': 1, 'font-size': 1, 'dot-size': 1}"), line_out);
+  EXPECT_TRUE(pie_out.isMember("alpha") && pie_out.isMember("start-angle"));
+  EXPECT_EQ(Doc("{'min': 1, 'steps': 1, 'max': 1, 'offset': false, 'labels': {'steps': 1}}"), y_out);
+  EXPECT_EQ(Doc("{'stroke': 1, 'steps': 1, 'size': 1, 'offset': false, 'labels': {'steps': 1, 'labels': ['']}}"),
+            x_out);
+}
+
+TEST_F(OFCChartTest, AnAlphaThatIsNoNumberIsLeftOut) {
+  Pie pie = {0, 0, std::numeric_limits<float>::quiet_NaN(), nullptr};
+  Json::Value out;
+  OFCChart::PieElemConfSet(&pie, out);
+  EXPECT_EQ(Doc("{'type': 'pie', 'animate': 0}"), out);
+}
+
 TEST_F(OFCChartTest, AVerticalAxisFromZeroToAHundredHasOnlyTheGreatestValue) {
   YAxis axis = {};
   axis.max = 100;
@@ -269,6 +294,63 @@ TEST_F(OFCChartTest, ASecondCallDoublesListsAndOverwritesTheRest) {
   EXPECT_EQ(Doc("{'type': 'pie', 'animate': 0, 'colour': ['#1', '#2', '#1', '#2']}"), pie_out);
   EXPECT_EQ(Doc("{'offset': false, 'labels': {'labels': ['a', 'a']}}"), y_out);
   EXPECT_EQ(Doc("{'offset': false, 'labels': {'labels': ['a', 'a', '', '']}}"), x_out);
+}
+
+TEST_F(OFCChartTest, NullsOverwriteNothing) {
+  Line line = {};
+  Pie pie = {};
+  YAxis y = {};
+  XAxis x = {};
+  Json::Value line_out = Doc("{'colour': 'c', 'text': 't', 'font-family': 'f', 'font-size': 1, 'dot-size': 2}");
+  Json::Value pie_out = Doc("{'alpha': 0.5, 'start-angle': 3, 'colour': ['c']}");
+  Json::Value axis =
+      Doc("{'stroke': 's', 'colour': 'c', 'grid-colour': 'g', 'steps': 1, 'size': 2, 'min': 3, 'max': 4,"
+          " 'labels': {'steps': 5, 'rotate': 'vertical', 'labels': ['l']}}");
+  Json::Value y_out = axis, x_out = axis;
+  OFCChart::LineElemConfSet(&line, line_out);
+  OFCChart::PieElemConfSet(&pie, pie_out);
+  OFCChart::YAxisSet(&y, y_out);
+  OFCChart::XAxisSet(&x, x_out);
+  axis["offset"] = false;
+  EXPECT_EQ(Doc("{'type': 'line', 'colour': 'c', 'text': 't', 'font-family': 'f', 'font-size': 1, 'dot-size': 2}"),
+            line_out);
+  EXPECT_EQ(Doc("{'type': 'pie', 'animate': 0, 'alpha': 0.5, 'start-angle': 3, 'colour': ['c']}"), pie_out);
+  EXPECT_EQ(axis, y_out);
+  EXPECT_EQ(axis, x_out);
+}
+
+TEST_F(OFCChartTest, WhatIsThereInAnotherTypePassesTheExceptionOfJsoncpp) {
+  const char* texts[] = {"a", nullptr};
+  Pie pie = {0, 0, 0.0F, texts};
+  YAxis y = {};
+  XAxis x = {};
+  y.labels = x.labels = texts;
+  Json::Value list(Json::arrayValue), colour = Doc("{'colour': 'red'}");
+  Json::Value text = Doc("{'labels': 'text'}"), inner = Doc("{'labels': {'labels': 'text'}}");
+  EXPECT_THROW(OFCChart::TitleSet("text", "style", list), Json::LogicError);
+  EXPECT_THROW(OFCChart::PieElemConfSet(&pie, list), Json::LogicError);
+  EXPECT_THROW(OFCChart::PieElemConfSet(&pie, colour), Json::LogicError);
+  for (Json::Value* out : {&list, &text, &inner}) {
+    EXPECT_THROW(OFCChart::YAxisSet(&y, *out), Json::LogicError);
+    EXPECT_THROW(OFCChart::XAxisSet(&x, *out), Json::LogicError);
+  }
+}
+
+TEST_F(OFCChartTest, WithoutMemoryTheExceptionPassesAndNothingIsLost) {
+  const char* texts[] = {"a text that is longer than a short one", "b", nullptr};
+  Line line = {1, 2, 3, texts[0], texts[0], texts[0]};
+  Pie pie = {1, 35, 0.5F, texts};
+  YAxis y = {1, 2, 3, 4, true, true, "5", texts[0], texts[0], texts};
+  XAxis x = {1, 2, 3, 4, 5, true, true, texts[0], texts[0], texts};
+  const auto describe = [&] {
+    Json::Value chart;
+    OFCChart::TitleSet(texts[0], texts[0], chart["title"]);
+    OFCChart::LineElemConfSet(&line, chart["elements"][0]);
+    OFCChart::PieElemConfSet(&pie, chart["elements"][1]);
+    OFCChart::YAxisSet(&y, chart["y_axis"]);
+    OFCChart::XAxisSet(&x, chart["x_axis"]);
+  };
+  EXPECT_GE(FailuresUntilItSucceeds(describe), 20);
 }
 
 TEST_F(OFCChartTest, OtherKeysOfTheObjectAreKept) {
