@@ -15,6 +15,7 @@ namespace {
 using ::testing::_;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::InSequence;
 using ::testing::IsNull;
 using ::testing::Not;
 using ::testing::Return;
@@ -183,6 +184,24 @@ TEST_F(AppLinkTest, EachApplicationNeedsItsOwnBitAndItsOwnSettings) {
   }
 }
 
+TEST_F(AppLinkTest, BitsOfNoApplicationShowNothingAndEnableNothing) {
+  EXPECT_EQ("&nbsp;\n", LinksFor(~kAll, kAll, !kWithManagement, !kIconOnly));
+  std::string hidden = "&nbsp;\n";
+  for (const ApplicationRow& row : kApplicationRows) hidden += IconEntry(row, false);
+  EXPECT_EQ(hidden, LinksFor(kAll, ~kAll, !kWithManagement, kIconOnly));
+}
+
+TEST_F(AppLinkTest, SettingsThatCannotBeReadShowNoApplication) {
+  UserMay(kAll);
+  Request();
+  EXPECT_CALL(cgi(), KestCgiInit(StrEq(""), _)).WillOnce(Return(-1));
+  EXPECT_CALL(cgi(), KestCgiLoadInfo(_)).WillOnce(Return(-1));
+  EXPECT_CALL(cgi(), KestCgiGetDef(_, _, _)).Times(4).WillRepeatedly([](KESTCGI*, const char*, const char* fallback) {
+    return fallback;
+  });
+  EXPECT_EQ("&nbsp;\n" + std::string(kManagement), Request().GetAppLinkAsString(kAll, kWithManagement, !kIconOnly));
+}
+
 TEST_F(AppLinkTest, ASupportedApplicationThatDoesNotRunIsThereAndHidden) {
   UserMay(kFile);
   SettingsAre({{"supportfilevento", "yes"}}, {{"runfilevento", "no"}});
@@ -346,6 +365,28 @@ TEST_F(AppBannerTest, AnUnknownTextIsEmpty) {
     return second;
   });
   EXPECT_EQ("<a href=\"/index.cgi?desktop=1\"></a>", Banner().CreateDesktopLink());
+}
+
+TEST_F(AppBannerTest, TextsThatCannotBeLoadedAreEmpty) {
+  LoggedInAs("admin");
+  EXPECT_CALL(cgi(), KestCgiInit(StrEq("/usr/kest/kestman/scripts"), _)).WillOnce(Return(-1));
+  EXPECT_CALL(cgi(), KestCgiLoadText(_, _)).WillOnce(Return(-1));
+  EXPECT_CALL(cgi(), KestCgiGetText(_, _, _)).Times(4).WillRepeatedly([](KESTCGI*, const char*, const char* second) {
+    return second;
+  });
+  KestAppBanner banner(Request());
+  EXPECT_EQ(" admin", banner.CreateWelcome());
+  EXPECT_EQ("<a href=\"/index.cgi?desktop=1\"></a>", banner.CreateDesktopLink());
+  EXPECT_THAT(banner.CreateLogoutLink(), HasSubstr("onclick=\"KEST.AppBanner.show(this);\"> &#x25BC;</a>&nbsp;"));
+}
+
+TEST_F(AppBannerTest, TheLogoutTextIsAskedForBeforeThePowerMenus) {
+  LoggedInAs("admin");
+  Banner();
+  InSequence in_order;
+  EXPECT_CALL(cgi(), KestCgiGetText(_, StrEq("logout"), StrEq(""))).WillOnce(Return("Log out"));
+  EXPECT_CALL(cgi(), KestCgiGetText(_, StrEq("poweroff_opt"), StrEq(""))).WillOnce(Return("Power"));
+  Banner().CreateLogoutLink();
 }
 
 TEST_F(AppBannerTest, AnOrdinaryUserLogsOutWithoutAPowerMenu) {
