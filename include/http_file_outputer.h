@@ -102,7 +102,8 @@ class TARVEL_EXPORT HTTPFileOutputer {
   /// Copies a piece of a file. Before each piece of at most 8192 bytes it waits until `out` takes data, for an hour at
   /// most; each piece is flushed.
   ///
-  /// Standard output with a smaller stdio buffer than that gets one of 8192 bytes, so that a piece is one write.
+  /// Standard output with a smaller stdio buffer than that loses it, so that a piece is one write; what is in it leaves
+  /// before.
   ///
   /// @param in      the file; with an offset other than 0 it must be able to seek
   /// @param out     where the bytes go; a file with a descriptor

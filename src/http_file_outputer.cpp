@@ -160,10 +160,10 @@ bool WaitUntilWritable(FILE* out) {
   return false;
 }
 
-// With the usual buffer of 4096 bytes a chunk would leave in two writes.
+// With the usual buffer of 4096 bytes a chunk would leave in two writes. Without any it is one, is not copied on the
+// way, and its failure shows where it is written.
 void LetChunksLeaveInOneWrite(FILE* out) {
-  static char buffer[kChunkBytes];
-  if (out == stdout && __fbufsize(out) < sizeof buffer) std::setvbuf(out, buffer, _IOFBF, sizeof buffer);
+  if (out == stdout && __fbufsize(out) < kChunkBytes) std::setvbuf(out, nullptr, _IONBF, 0);
 }
 
 }  // namespace

@@ -1,13 +1,13 @@
 // Files as replies: the copying of bytes.
 
 #include <fcntl.h>
-#include <sys/resource.h>
+#include <stdio_ext.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <csignal>
+#include <cstring>
 
 #include "http_file_outputer_fixture.h"
 
@@ -32,6 +32,7 @@ class CopyTest : public HttpFileOutputerTest {
   int CopyTo(FILE* out, const std::string& content) {
     WriteFile(path_, content);
     const TestFile in = Open(path_);
+    errno = 0;
     const int result = outputer_.DumpFile(in.get(), out, 0, static_cast<long long>(content.size()));
     calls_ = Calls();
     return result;
@@ -106,6 +107,26 @@ TEST_F(CopyTest, AReadErrorEndsTheCopyAfterItsWaitAndIsNoFailure) {
   EXPECT_THAT(Calls(), ElementsAre("fread 8192", "select 1 3600.0", "fwrite 0"));
 }
 
+// Gives "abc", fails, gives "def" and ends.
+ssize_t ReadAroundAFailure(void* calls, char* buffer, size_t) {
+  const int call = (*static_cast<int*>(calls))++;
+  if (call == 1) {
+    errno = EIO;
+    return -1;
+  }
+  if (call > 2) return 0;
+  std::memcpy(buffer, call == 0 ? "abc" : "def", 3);
+  return 3;
+}
+
+TEST_F(CopyTest, AReadErrorBehindSomeBytesIsNotTheEndYet) {
+  int calls = 0;
+  const TestFile in(fopencookie(&calls, "rb", {ReadAroundAFailure, nullptr, nullptr, nullptr}));
+  EXPECT_EQ(0, outputer_.DumpFile(in.get(), stdout, 0, 6));
+  EXPECT_EQ("abcdef", Printed());
+  EXPECT_THAT(Calls(), ElementsAre("fread 6", "select 1 3600.0", "fwrite 3", "fread 3", "select 1 3600.0", "fwrite 3"));
+}
+
 TEST_F(CopyTest, OffsetsAcross2To31And2To32AreReached) {
   const std::string path = SparseFile(4294967400, {{2147483640, "across 2 to 31"}, {4294967290, "across 2 to 32"}});
   const TestFile in = Open(path);
@@ -178,6 +199,29 @@ TEST_F(CopyTest, WhatSelectCannotWaitForIsAFailedWait) {
   ExpectLogged("http_file_outputer(#): failed to wait for file descriptor, errno=Bad file descriptor");
 }
 
+TEST_F(CopyTest, AClosedOutputIsAFailedWait) {
+  WriteFile(path_, "abc");
+  const TestFile in = Open(path_);
+  const TestFile out(std::fopen(ScratchPath("copy").c_str(), "wb"));
+  close(fileno(out.get()));
+  EXPECT_EQ(-1, outputer_.DumpFile(in.get(), out.get(), 0, 3));
+  ExpectLogged("http_file_outputer(#): write blocked over 3600 seconds, return=-1, errno=Bad file descriptor");
+}
+
+TEST_F(CopyTest, TheLowestDescriptorIsOneLikeOthers) {
+  const int input = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+  const int file = open(ScratchPath("copy").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  dup2(file, STDIN_FILENO);
+  close(file);
+  {
+    const TestFile out(fdopen(STDIN_FILENO, "wb"));
+    EXPECT_EQ(0, CopyTo(out.get(), "abc"));
+  }
+  dup2(input, STDIN_FILENO);
+  close(input);
+  EXPECT_THAT(calls_, ElementsAre("fread 3", "select 0 3600.0", "fwrite 3"));
+}
+
 TEST_F(CopyTest, TheStreamsOwnDescriptorIsWaitedForAlone) {
   const TestFile out(std::fopen(ScratchPath("copy").c_str(), "wb"));
   EXPECT_EQ(0, CopyTo(out.get(), "abc"));
@@ -240,18 +284,55 @@ TEST_F(CopyTest, EachPieceHasLeftBeforeTheNextOneIsWaitedFor) {
   ExpectLogged("http_file_outputer(#): write blocked over 3600 seconds, return=-1, errno=Input/output error");
 }
 
-// A socket that keeps the bounds of writes is standard output here, with the buffer that a program finds.
-TEST_F(CopyTest, APieceLeavesStandardOutputInOneWrite) {
+TEST_F(CopyTest, OnlyStandardOutputLosesABufferThatIsTooSmall) {
+  char small[512];
+  static char usual[4096];
+  std::setvbuf(stdout, usual, _IOFBF, sizeof usual);
+  const TestFile out(std::fopen(ScratchPath("copy").c_str(), "wb"));
+  std::setvbuf(out.get(), small, _IOFBF, sizeof small);
+  EXPECT_EQ(0, CopyTo(out.get(), "abc"));
+  EXPECT_EQ(sizeof small, __fbufsize(out.get()));
+  EXPECT_EQ(sizeof usual, __fbufsize(stdout));
+}
+
+TEST_F(CopyTest, AProgramsLargerBufferIsKept) {
+  const size_t before = __fbufsize(stdout);
+  EXPECT_EQ(0, Copy("abc", 0, 3));
+  EXPECT_LE(8192u, before);
+  EXPECT_EQ(before, __fbufsize(stdout));
+  Printed();
+}
+
+// Another file in the place of standard output, with the buffer that a program finds.
+class UsualOutput {
+ public:
+  explicit UsualOutput(int fd) : captured_(dup(STDOUT_FILENO)) {
+    static char usual[4096];
+    std::fflush(stdout);
+    std::setvbuf(stdout, usual, _IOFBF, sizeof usual);
+    dup2(fd, STDOUT_FILENO);
+  }
+  ~UsualOutput() {
+    std::clearerr(stdout);
+    dup2(captured_, STDOUT_FILENO);
+    close(captured_);
+  }
+  UsualOutput(const UsualOutput&) = delete;
+  UsualOutput& operator=(const UsualOutput&) = delete;
+
+ private:
+  int captured_;
+};
+
+// A socket that keeps the bounds of writes.
+TEST_F(CopyTest, APieceLeavesStandardOutputInOneWriteBehindWhatWasPrinted) {
   int ends[2];
   ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends));
-  const int captured = dup(STDOUT_FILENO);
-  static char usual[4096];
-  std::fflush(stdout);
-  std::setvbuf(stdout, usual, _IOFBF, sizeof usual);
-  dup2(ends[1], STDOUT_FILENO);
-  EXPECT_EQ(0, Copy(Pattern(20000), 0, 20000));
-  dup2(captured, STDOUT_FILENO);
-  close(captured);
+  {
+    const UsualOutput output(ends[1]);
+    std::printf("printed");
+    EXPECT_EQ(0, Copy(Pattern(20000), 0, 20000));
+  }
   close(ends[1]);
   std::string received;
   std::vector<ssize_t> writes;
@@ -261,8 +342,17 @@ TEST_F(CopyTest, APieceLeavesStandardOutputInOneWrite) {
     received.append(piece, static_cast<size_t>(got));
   }
   close(ends[0]);
-  EXPECT_THAT(writes, ElementsAre(8192, 8192, 3616));
-  EXPECT_EQ(Pattern(20000), received);
+  EXPECT_THAT(writes, ElementsAre(7, 8192, 8192, 3616));
+  EXPECT_EQ("printed" + Pattern(20000), received);
+}
+
+TEST_F(CopyTest, TheFailureOfTheLastPieceShowsToo) {
+  const TestFile full(std::fopen("/dev/full", "wb"));
+  {
+    const UsualOutput output(fileno(full.get()));
+    EXPECT_EQ(-1, Copy(Pattern(8192), 0, 8192));
+  }
+  ExpectLogged("http_file_outputer(#): failed to write errno=No space left on device");
 }
 
 }  // namespace

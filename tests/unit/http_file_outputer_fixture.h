@@ -1,6 +1,9 @@
 #ifndef TESTS_UNIT_HTTP_FILE_OUTPUTER_FIXTURE_H
 #define TESTS_UNIT_HTTP_FILE_OUTPUTER_FIXTURE_H
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -19,6 +22,27 @@ struct CloseTestFile {
   void operator()(FILE* file) const { std::fclose(file); }
 };
 using TestFile = std::unique_ptr<FILE, CloseTestFile>;
+
+/// While it lives no file grows beyond so many bytes: a long reply that should have ended fills neither disk nor
+/// memory.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) : signal_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const struct rlimit limit = {bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, signal_);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  struct rlimit before_;
+  void (*signal_)(int);
+};
 
 /// A request for a file, without "HTTP_RANGE" unless the test sets it.
 class HttpFileOutputerTest : public PlatformTest {

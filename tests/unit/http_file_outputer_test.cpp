@@ -305,6 +305,7 @@ TEST_F(FileReplyTest, RangesAcross2To31And2To32AreServedFromAFileAbove4GiB) {
 
 TEST_F(FileReplyTest, LengthsAbove4GiBAreAnnouncedInFull) {
   const std::string path = SparseFile(8589934600, {});
+  const FileSizeLimit limit(1 << 20);
   for (int i = 0; i < 3; ++i) machine().FailNext("select", EIO);
   EXPECT_EQ(-1, outputer_.Output(path.c_str(), kType));
   EXPECT_EQ("Content-Length: 8589934600\r\nContent-Type: text/plain\r\n\r\n", Printed());

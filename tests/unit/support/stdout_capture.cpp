@@ -16,6 +16,7 @@ char buffer[1 << 16];
 
 StdoutCapture::StdoutCapture() : file_(memfd_create("stdout", MFD_CLOEXEC)) {
   std::fflush(stdout);
+  std::clearerr(stdout);
   std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
   original_ = dup(STDOUT_FILENO);
   dup2(file_, STDOUT_FILENO);
