@@ -11,11 +11,12 @@
 
 namespace {
 
-// Whether the browser says that a page of this site, or the user by hand, asked for this address. Silence is no answer:
-// browsers tell it nowhere but on https and loopback, and a page elsewhere can keep its own address to itself.
+// Whether the browser says that a page of this site asked for this address. "none" is no answer, a link in a mail says
+// that, too. Nor is silence: browsers tell the site nowhere but on https and loopback, and a page elsewhere can keep its
+// own address to itself.
 bool IsOwnLink() {
   const char* site = getenv("HTTP_SEC_FETCH_SITE");
-  if (site != nullptr) return strcmp(site, "same-origin") == 0 || strcmp(site, "none") == 0;
+  if (site != nullptr) return strcmp(site, "same-origin") == 0;
   const char* referer = getenv("HTTP_REFERER");
   const char* host = getenv("HTTP_HOST");
   if (referer == nullptr || host == nullptr) return false;
