@@ -4,7 +4,10 @@ import { post } from './api.js';
 import { setText } from './texts.js';
 
 const kTrigger = 'appbanner-powermenu-trigger';
-const kActions = ['restart', 'shutdown'];
+const kActions = {
+  restart: { name: 'frame:restart', question: 'frame:restart_ask', done: 'frame:restart_done' },
+  shutdown: { name: 'frame:shutdown', question: 'frame:shutdown_ask', done: 'frame:shutdown_done' },
+};
 const kPause_ms = 2000;
 const kTries = 60;
 
@@ -72,17 +75,17 @@ async function carryOut(action, dialog) {
 
 function ask(action) {
   close();
-  setText(document.getElementById(`${action}-question`), `frame:${action}_ask`);
+  setText(document.getElementById(`${action}-question`), kActions[action].question);
   document.getElementById(`${action}-dialog`).showModal();
 }
 
 // Waits in the page, so that its words are there when it opens, and when nobody is left to ask for them.
 function makeDialog(action) {
   const cancel = word('button', 'frame:cancel', { type: 'button', autofocus: true });
-  const confirm = word('button', `frame:${action}`, { type: 'button', className: 'primary' });
-  const question = word('p', `frame:${action}_ask`, { id: `${action}-question` });
-  const words = make('div', { role: 'status' }, question, word('p', `frame:${action}_done`, { hidden: true }));
-  const dialog = make('dialog', { id: `${action}-dialog`, tabIndex: -1 }, word('h2', `frame:${action}`, { id: `${action}-title` }),
+  const confirm = word('button', kActions[action].name, { type: 'button', className: 'primary' });
+  const question = word('p', kActions[action].question, { id: `${action}-question` });
+  const words = make('div', { role: 'status' }, question, word('p', kActions[action].done, { hidden: true }));
+  const dialog = make('dialog', { id: `${action}-dialog`, tabIndex: -1 }, word('h2', kActions[action].name, { id: `${action}-title` }),
     words, make('div', { className: 'actions' }, cancel, confirm));
   dialog.setAttribute('aria-labelledby', `${action}-title`);
   dialog.setAttribute('aria-describedby', question.id);
@@ -106,8 +109,8 @@ function listen(list) {
 }
 
 function makeMenu() {
-  const items = kActions.map((action) => {
-    const item = word('button', `frame:${action}`, { type: 'button', tabIndex: -1, role: 'menuitem' });
+  const items = Object.keys(kActions).map((action) => {
+    const item = word('button', kActions[action].name, { type: 'button', tabIndex: -1, role: 'menuitem' });
     item.addEventListener('click', () => ask(action));
     return item;
   });
@@ -130,7 +133,7 @@ export function bringPowerToLife(header) {
   if (!trigger()) return;
   window.KEST = { AppBanner: { show } };
   dressTrigger();
-  document.body.append(...kActions.map(makeDialog));
+  document.body.append(...Object.keys(kActions).map(makeDialog));
   header.addEventListener('click', (event) => {
     if (event.target.id === kTrigger) event.preventDefault();
   });
