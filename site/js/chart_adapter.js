@@ -137,6 +137,25 @@ function horizontalScale(axis, labels, theme) {
   };
 }
 
+// The library lets a turned label of the vertical axis end at its tick; its middle belongs there.
+const kCentreTurned = {
+  id: 'centreTurned',
+  beforeDraw({ scales: { y } }) {
+    for (const item of y.getLabelItems()) {
+      if (item.centred) continue;
+      item.centred = true;
+      item.options.textAlign = 'center';
+      item.options.translation[0] -= item.font.size / 2;
+    }
+  },
+};
+
+// Room above the axis for half of the longest label.
+function roomForTurned(axis) {
+  const longest = Math.max(0, ...(axis.labels.labels ?? []).map((label) => label.length));
+  return { padding: { top: isVertical(axis) ? Math.min(longest * 4, 60) : 0 } };
+}
+
 function verticalScale(axis, values, theme) {
   const { offset, border, grid, turn } = axisLook(axis, theme, false);
   const { min, max, ticks } = verticalTicks(axis, values, theme.format);
@@ -197,7 +216,7 @@ function adaptLines(description, elements, theme) {
       names: datasets.map(({ label }) => label),
       rows: labels.map((label, i) => ({ label: label || String(i + 1), values: datasets.map(({ data }) => data[i] ?? null) })),
     },
-    config: { type: 'line', data: { labels, datasets }, options: { animation: false, scales } },
+    config: { type: 'line', data: { labels, datasets }, options: { animation: false, scales, layout: roomForTurned(yAxis) }, plugins: isVertical(yAxis) ? [kCentreTurned] : [] },
   };
 }
 

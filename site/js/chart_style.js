@@ -68,35 +68,36 @@ export function contrast(one, other) {
   return (high + 0.05) / (low + 0.05);
 }
 
-// Hue (0 to 6) and saturation, as HSL has them.
-function hueAndSaturation(rgb) {
+// Hue (0 to 6) and how far the channels are apart (0 to 1).
+function hueAndSpan(rgb) {
   const [red, green, blue] = rgb.map((channel) => channel / 255);
   const high = Math.max(red, green, blue);
   const low = Math.min(red, green, blue);
   if (high === low) return [0, 0];
   const span = high - low;
   const hue = high === red ? (green - blue) / span : high === green ? 2 + (blue - red) / span : 4 + (red - green) / span;
-  return [(hue + 6) % 6, span / (1 - Math.abs(high + low - 1))];
+  return [(hue + 6) % 6, span];
 }
 
-function fromHsl([hue, saturation], lightness) {
-  const reach = saturation * Math.min(lightness, 1 - lightness);
+// As HSL has it, but with the channels as far apart as they were where there is room: a pale colour stays pale.
+function withLightness([hue, span], lightness) {
+  const reach = Math.min(span / 2, lightness, 1 - lightness);
   return [0, 8, 4].map((shift) => {
     const at = (shift + 2 * hue) % 12;
     return Math.round((lightness - reach * Math.max(-1, Math.min(at - 3, 9 - at, 1))) * 255);
   });
 }
 
-// The colour of the same hue and saturation that is so bright.
+// The colour of the same hue that is so bright.
 function withLuminance(rgb, wanted) {
-  const kind = hueAndSaturation(rgb);
+  const kind = hueAndSpan(rgb);
   let [low, high] = [0, 1];
   for (let i = 0; i < 12; ++i) {
     const middle = (low + high) / 2;
-    if (luminance(fromHsl(kind, middle)) < wanted) low = middle;
+    if (luminance(withLightness(kind, middle)) < wanted) low = middle;
     else high = middle;
   }
-  return fromHsl(kind, (low + high) / 2);
+  return withLightness(kind, (low + high) / 2);
 }
 
 // Descriptions choose their colours for white paper. On another ground a colour keeps the contrast that it has on white,

@@ -154,6 +154,20 @@ test("Labels between two grid lines have none of their own", () => {
   assert.deepEqual(verticalMarks(y({ max: 6, steps: 3, labels: { steps: 2 } })), [[0, "0", true], [2, "2", false], [3, "", true], [4, "4", false], [6, "6", true]]);
 });
 
+test("Turned labels of the vertical axis stand in the middle of their ticks, once", () => {
+  assert.deepEqual(chartOf(lineChart()).config.plugins, []);
+  const { plugins, options } = chartOf(y({ labels: { rotate: "vertical", labels: ["low", "very high"] } })).config;
+  assert.equal(options.layout.padding.top, 36);
+  const item = { font: { size: 12 }, options: { textAlign: "right", translation: [50, 10] } };
+  for (let drawing = 0; drawing < 2; ++drawing) plugins[0].beforeDraw({ scales: { y: { getLabelItems: () => [item] } } });
+  assert.deepEqual(item.options, { textAlign: "center", translation: [44, 10] });
+});
+
+test("A pale colour stays pale on a dark ground", () => {
+  const span = (rgb) => Math.max(...rgb) - Math.min(...rgb);
+  for (const colour of ["#ffd0d0", "#d0d0ff"]) assert.ok(span(onGround(parseColour(colour), kDark.ground, 1)) <= 50);
+});
+
 test("Words that would run into each other are shown less often, by multiples of what is wanted", () => {
   const labels = Array.from({ length: 24 }, (_, i) => `${i}:00`);
   const every = (steps, width) => shownEvery({ labels: { steps } }, labels, width);
