@@ -7,7 +7,7 @@ const kStartTimeout_ms = 10_000;
 const kFolder = "/tmp/web-server";
 const kErrorLog = "/var/log/httpd-error.log";
 
-const configuration = (files) => `
+const configuration = (files, more) => `
 Include /usr/kest/conf/httpd.conf
 LimitRequestFieldSize 65536
 Alias /files/ ${files}/
@@ -15,6 +15,7 @@ Alias /files/ ${files}/
   Require all granted
   ForceType application/octet-stream
 </Directory>
+${more}
 `;
 
 function freePort() {
@@ -35,11 +36,11 @@ function answers(port) {
   });
 }
 
-/// Serves the site, and the folder `files`. Ends with stop().
-export async function startWebServer(files) {
+/// Serves the site, and the folder `files`; `more` lines of configuration win over the site's. Ends with stop().
+export async function startWebServer(files, more = "") {
   mkdirSync(kFolder, { recursive: true });
   const port = await freePort();
-  writeFileSync(`${kFolder}/httpd.conf`, configuration(files));
+  writeFileSync(`${kFolder}/httpd.conf`, configuration(files, more));
   const apache = spawn("apache2", ["-f", `${kFolder}/httpd.conf`, "-DFOREGROUND"], {
     env: { PATH: "/usr/sbin:/usr/bin", SITE_PORT: String(port) },
     stdio: ["ignore", "ignore", "inherit"],
