@@ -12,8 +12,8 @@
 namespace {
 
 // Whether the browser says that a page of this site asked for this address. "none" is no answer, a link in a mail says
-// that, too. Nor is silence: browsers tell the site nowhere but on https and loopback, and a page elsewhere can keep its
-// own address to itself.
+// that, too. Nor is silence: browsers tell the site nowhere but on https and loopback, and a page elsewhere can keep
+// its own address to itself.
 bool IsOwnLink() {
   const char* site = getenv("HTTP_SEC_FETCH_SITE");
   if (site != nullptr) return strcmp(site, "same-origin") == 0;
