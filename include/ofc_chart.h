@@ -69,7 +69,8 @@ struct _tag_KEST_CHART_X_AXIS_ {
 /// Each operation writes keys into the object that it is given: null, or an object that may hold other keys already.
 /// The document around it and the values are the caller's. Lists are appended to what is there, so that a second call
 /// doubles them; every other key is overwritten. Texts are UTF-8 and are not checked. Nothing is logged. What has
-/// another type already, an object that is none or a list that is none, throws jsoncpp's Json::LogicError.
+/// another type already, an object that is none or a list that is none, throws jsoncpp's Json::LogicError; lack of
+/// memory passes as std::bad_alloc or as its Json::RuntimeError.
 class TARVEL_EXPORT OFCChart {
  public:
   /// The chart's title: writes "text" and "style", or nothing when either is null.
