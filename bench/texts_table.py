@@ -19,9 +19,9 @@ def main():
             per_byte.setdefault(name, {})[int(size)] = run["cpu_time"] / int(size)
     print("| function | text | ns a byte | against the smallest text | against one copy |")
     print("|---|---|---|---|---|")
-    for name, costs in per_byte.items():
+    for name, costs in sorted(per_byte.items()):
         smallest = costs[min(costs)]
-        for size, cost in costs.items():
+        for size, cost in sorted(costs.items()):
             copy = per_byte["Copy"][size]
             print(f"| {name} | {size // KIBIBYTE} KiB | {cost:.3f} | {cost / smallest:.2f} | {cost / copy:.1f} |")
 
