@@ -1,6 +1,6 @@
 // What surrounds every page: the way to the content, the name of the site, the pages, the languages and the way out.
 // The frame program sends it with the page; here it is brought to life. The login, which has no frame, gets its own.
-import { get, post } from './api.js';
+import { post } from './api.js';
 import { bringPowerToLife, dressTrigger } from './power.js';
 import { forgetSession } from './session.js';
 import { currentLanguage, forgetTexts, translate } from './texts.js';
@@ -9,6 +9,8 @@ const languages = { en: 'English', de: 'Deutsch' };
 
 // What the library's fragments hold has no name in the string tables of the pages: a new language fetches them anew.
 const kFragments = ['applications', 'appbanner'];
+
+const kLayout = 'forceDesktop';
 
 function make(tag, attributes = {}, ...children) {
   const element = document.createElement(tag);
@@ -22,7 +24,7 @@ function markLanguage(group) {
 }
 
 async function renewFragments() {
-  if (!framed()) return;
+  if (!document.getElementById(kFragments[0])) return;
   const reply = await fetch(location.pathname, { cache: 'no-store' });
   const fresh = new DOMParser().parseFromString(await reply.text(), 'text/html');
   for (const id of kFragments) document.getElementById(id).replaceChildren(...(fresh.getElementById(id)?.childNodes ?? []));
@@ -46,12 +48,20 @@ function languageButtons() {
   return group;
 }
 
+// The link to the other layout names its choice alone: whatever else the address says goes along.
+function keepAddress(link) {
+  const address = new URL(location);
+  address.searchParams.set(kLayout, new URL(link.href).searchParams.get(kLayout));
+  link.href = address;
+}
+
 // Clicks are looked at where they arrive, because parts of the frame are replaced.
 function listen(header) {
   header.addEventListener('click', ({ target }) => {
     const language = target.closest('.languages button');
     if (language) chooseLanguage(language);
     if (target.closest('a[href$="/logout.cgi"]')) forgetSession();
+    if (target.closest('a.layout')) keepAddress(target.closest('a.layout'));
   });
 }
 
@@ -66,31 +76,27 @@ export async function openPage() {
   markLanguage(choice);
 }
 
-// Who is logged in, as the frame says it; null on a page without a frame.
-function framed() {
+// Who is logged in, as the frame says it.
+function who() {
   const { user, may, secondsLeft } = document.body.dataset;
-  if (user === undefined) return null;
   const rights = may.split(' ');
   return { user, seconds_left: Number(secondsLeft), may: Object.fromEntries(['settings', 'upload'].map((right) => [right, rights.includes(right)])) };
 }
 
 // A choice of the layout sticks by itself: were it to stay in the address, going back would make it again.
 function forgetChoiceInAddress() {
-  if (new URLSearchParams(location.search).has('forceDesktop')) history.replaceState(null, '', location.pathname);
+  const address = new URL(location);
+  if (!address.searchParams.has(kLayout)) return;
+  address.searchParams.delete(kLayout);
+  history.replaceState(null, '', address);
 }
 
 // A page for somebody who is logged in; resolves to who that is.
 export async function enterPage() {
-  const me = framed();
-  if (!me) {
-    const reply = await get('whoami');
-    await openPage();
-    return reply.success ? reply.data : new Promise(() => {});
-  }
   const header = document.querySelector('header');
   listen(header);
   bringPowerToLife(header);
   forgetChoiceInAddress();
   await translate();
-  return me;
+  return who();
 }

@@ -297,11 +297,12 @@ test("On a phone the desktop can be had, sticks, and can be left again", () =>
       const { page, url, login, shot } = site;
       const isMobile = () => page.evaluate(() => document.body.classList.contains("mobile"));
       await login();
-      await openPage(site, "/upload.html");
+      await openPage(site, "/upload.html?from=here#content");
       assert.equal(await isMobile(), true);
       await page.tap("summary");
       await page.tap("a.layout");
-      await page.waitForURL(`${url}/upload.html`);
+      await page.waitForSelector("body:not(.mobile)");
+      await page.waitForURL(`${url}/upload.html?from=here#content`);
       await settled(page);
       assert.equal(await isMobile(), false);
       await shot("desktop");
