@@ -1,4 +1,5 @@
-# The one list of source families: each has include/NAME.h, src/NAME.cpp and tests/unit/NAME_test.cpp.
+# The one list of source families: each has include/NAME.h, src/NAME.cpp and tests/unit/NAME_test.cpp. A large one has
+# more sources, one per topic, whose names begin with the family's.
 set(TARVEL_FAMILIES
   kest_conf
   string_bundle
@@ -11,4 +12,5 @@ set(TARVEL_FAMILIES
   template
   http_file_outputer
   schedule
+  volume
 )

@@ -11,6 +11,7 @@
 #include "string_bundle.h"
 #include "tarvel.h"
 #include "template.h"
+#include "volume.h"
 
 namespace tarvel_test {
 namespace {
@@ -31,6 +32,7 @@ static_assert(kHasOneOwner<KestAppBanner>);
 static_assert(kHasOneOwner<MobileDetector>);
 static_assert(kHasOneOwner<FormValidator>);
 static_assert(kHasOneOwner<WebUtils::Template>);
+static_assert(kHasOneOwner<Volume>);
 static_assert(kHasOneOwner<SomeForm>);
 static_assert(kHasOneOwner<TextFieldValidator>);
 static_assert(kHasOneOwner<StringListValidator>);
@@ -39,7 +41,7 @@ static_assert(std::is_abstract_v<FieldValidator> && std::is_abstract_v<ServerFor
 static_assert(!std::is_polymorphic_v<Tarvel> && !std::is_polymorphic_v<KestConf> &&
               !std::is_polymorphic_v<StringBundle> && !std::is_polymorphic_v<FormValidator> &&
               !std::is_polymorphic_v<KestAppBanner> && !std::is_polymorphic_v<MobileDetector> &&
-              !std::is_polymorphic_v<WebUtils::Template>);
+              !std::is_polymorphic_v<WebUtils::Template> && !std::is_polymorphic_v<Volume>);
 static_assert(std::has_virtual_destructor_v<FieldValidator> && std::has_virtual_destructor_v<ServerFormHandler>);
 
 static_assert(!std::is_convertible_v<bool, Tarvel> && !std::is_convertible_v<bool, FormValidator>);

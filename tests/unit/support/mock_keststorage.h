@@ -8,11 +8,22 @@
 
 namespace tarvel_test {
 
-/// platform/keststorage.h. A list that an enumeration returns must be freed exactly once.
+/// platform/keststorage.h. A list that an enumeration returns, and a record of RAIDs, must be freed exactly once.
 class MockKestStorage : public CurrentMock<MockKestStorage> {
  public:
   MOCK_METHOD(KESTMOUNTVOL*, KESTMountVolInfoEnum, (int zero));
+  MOCK_METHOD(KESTMOUNTVOL*, KESTMountVolAllEnum, (int zero, int location_mask));
   MOCK_METHOD(void, KESTMountVolInfoFree, (KESTMOUNTVOL * list));
+  MOCK_METHOD(int, KESTMountVolInfoGet, (const char* path, KESTMOUNTVOL* info));
+  MOCK_METHOD(int, VolumePathParse, (const char* path, _tag_vol_id_* id));
+  MOCK_METHOD(int, FSIsMatchSkipFS, (const char* path, int skip_fs_type));
+  MOCK_METHOD(int, KESTServiceInfoGet, (_tag_SERVICE_ID_ id, SERVICEINFO* info));
+  MOCK_METHOD(int, KESTServiceNewVolumeDecide, (SERVICEINFO * info, char* buf, int size));
+  MOCK_METHOD(int, KESTSupportRAID, ());
+  MOCK_METHOD(int, SupportEBox, ());
+  MOCK_METHOD(int, RAIDSystemGet, (_tag_raid_for_system_ * *slot));
+  MOCK_METHOD(void, RAIDSystemFree, (_tag_raid_for_system_ * raid));
+  MOCK_METHOD(int, KESTSpaceDiskStatusGet, (const SPACEDISKREQ* request, SPACEDISKREPLY* reply));
 };
 
 }  // namespace tarvel_test

@@ -38,3 +38,9 @@ char* SzKLIBSzListGet(PSZLIST list, int index) {
 int KLIBStrTrimSpace(char* in, char* out) { return MockKlib::Called("KLIBStrTrimSpace").KLIBStrTrimSpace(in, out); }
 
 char* SzKLIBStrCaseLower(char* text) { return MockKlib::Called("SzKLIBStrCaseLower").SzKLIBStrCaseLower(text); }
+
+int KLIBFileGetKeyValue(const char* file, const char* key, char* buf, int size, int zero) {
+  return MockKlib::Called("KLIBFileGetKeyValue").KLIBFileGetKeyValue(file, key, buf, size, zero);
+}
+
+int BlKLIBProcAlive(unsigned pid) { return MockKlib::Called("BlKLIBProcAlive").BlKLIBProcAlive(pid); }

@@ -18,6 +18,8 @@ class MockKlib : public CurrentMock<MockKlib> {
   MOCK_METHOD(int, KLIBStrTok, (const char* text, const char* delims, PSZLIST* list));
   MOCK_METHOD(char*, SzKLIBSzListGet, (PSZLIST list, int index));
   MOCK_METHOD(int, KLIBStrTrimSpace, (char* in, char* out));
+  MOCK_METHOD(int, KLIBFileGetKeyValue, (const char* file, const char* key, char* buf, int size, int zero));
+  MOCK_METHOD(int, BlKLIBProcAlive, (unsigned pid));
 };
 
 }  // namespace tarvel_test
