@@ -211,6 +211,11 @@ test("The table has every figure, and says which are not known", () => {
   ]);
 });
 
+test("A value that is not known is a gap in the line", () => {
+  const { data, spanGaps } = dataset(lineChart({}, { values: [1, null, 3] }));
+  assert.deepEqual([data, spanGaps], [[1, null, 3], false]);
+});
+
 test("Nothing moves for somebody who asks for that", () => {
   assert.equal(chartOf(pieChart({ animate: 1 }), { ...kLight, moves: false }).config.options.animation, false);
   assert.equal(chartOf(lineChart()).config.options.animation, false);
