@@ -1,11 +1,12 @@
-// The list of mounted volumes: by location, internal ones first, then by number.
+#include "host/storage/mounted_volumes.h"
+
 #include <stdlib.h>
 #include <string.h>
 #include <sys/statvfs.h>
 
 #include <tuple>
 
-#include "host/storage/storage_module.h"
+#include "host/klib/error_code.h"
 #include "host/storage/volume_path.h"
 
 namespace kest {
@@ -41,37 +42,61 @@ void FillSpace(const char* path, KESTMOUNTVOL* node) {
   node->totalBytes = static_cast<uint64_t>(space.f_blocks) * space.f_frsize;
 }
 
-void Visit(const char* path, bool writable, void* data) {
+void Visit(const KestMount* mount, void* data) {
   auto* const collection = static_cast<Collection*>(data);
   _tag_vol_id_ id;
-  if (!ParseVolumePath(path, &id) || (id.location & collection->location_mask) == 0) return;
+  if (!ParseMountPath(mount->path, &id) || (id.location & collection->location_mask) == 0) return;
   KESTMOUNTVOL* const node = NodeOf(&collection->head, id);
   if (node == nullptr) {
     collection->out_of_memory = true;
     return;
   }
   node->mounted = 1;
-  node->writable = writable ? 1 : 0;
-  memcpy(node->path, path, strlen(path) + 1);  // fits: ParseVolumePath allows nine digits
-  FillSpace(path, node);
+  node->writable = mount->writable ? 1 : 0;
+  memcpy(node->path, mount->path, strlen(mount->path) + 1);  // fits: ParseMountPath allows nine digits
+  FillSpace(mount->path, node);
 }
 
 }  // namespace
+
+bool VisitMounts(const char* mount_table, void (*visit)(const KestMount* mount, void* data), void* data) {
+  const KestStorageModule* const storage = KEST_MODULE(KestStorageModule, "storage", KestStorageModuleTable);
+  if (storage != nullptr && storage->visit_mounts(mount_table, visit, data) == 0) return true;
+  FailWith(kErrorSystem);
+  return false;
+}
+
+bool ListVolumes(const char* mount_table, int location_mask, Volumes* out) {
+  Collection collection = {nullptr, location_mask, false};
+  const bool visited = VisitMounts(mount_table, Visit, &collection);
+  Volumes list(collection.head);
+  if (collection.out_of_memory) FailWith(kErrorNoMemory);
+  if (!visited || collection.out_of_memory) return false;
+  *out = std::move(list);
+  return true;
+}
+
+int FindVolume(const char* mount_table, const char* path, KESTMOUNTVOL* info) {
+  _tag_vol_id_ id;
+  if (!IsPlainPath(path) || !ParseVolumePath(path, &id)) return FailWith(kErrorBadParameter);
+  Volumes list;
+  if (!ListVolumes(mount_table, id.location, &list)) return -1;
+  const KESTMOUNTVOL* volume = list.get();
+  while (volume != nullptr && volume->number != id.number) volume = volume->next;
+  if (volume == nullptr || !LiesIn(path, volume->path)) return FailWith(kErrorNoSuchObject);
+  *info = *volume;
+  info->next = nullptr;
+  return 0;
+}
+
 }  // namespace kest
 
 KESTMOUNTVOL* KESTMountVolAllEnum(int /*zero*/, int locationMask) {
-  const KestStorageModule* const storage = KEST_MODULE(KestStorageModule, "storage", KestStorageModuleTable);
-  if (storage == nullptr) return nullptr;
-  kest::Collection collection = {nullptr, locationMask, false};
-  if (storage->visit_mounts(kest::Visit, &collection) == 0 && !collection.out_of_memory) return collection.head;
-  KESTMountVolInfoFree(collection.head);
-  return nullptr;
+  kest::Volumes list;
+  return kest::ListVolumes(kest::kMountTable, locationMask, &list) ? list.release() : nullptr;
 }
 
-KESTMOUNTVOL* KESTMountVolInfoEnum(int zero) {
-  constexpr int kEveryLocation = KEST_VOL_INTERNAL | KEST_VOL_EXPANSION | KEST_VOL_USB | KEST_VOL_SATA;
-  return KESTMountVolAllEnum(zero, kEveryLocation);
-}
+KESTMOUNTVOL* KESTMountVolInfoEnum(int zero) { return KESTMountVolAllEnum(zero, kest::kEveryLocation); }
 
 void KESTMountVolInfoFree(KESTMOUNTVOL* list) {
   while (list != nullptr) {
@@ -79,4 +104,9 @@ void KESTMountVolInfoFree(KESTMOUNTVOL* list) {
     free(list);
     list = next;
   }
+}
+
+int KESTMountVolInfoGet(const char* path, KESTMOUNTVOL* info) {
+  if (path == nullptr || info == nullptr) return kest::FailWith(kest::kErrorBadParameter);
+  return kest::FindVolume(kest::kMountTable, path, info);
 }

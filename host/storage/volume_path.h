@@ -7,9 +7,20 @@
 
 namespace kest {
 
-// Reads the mount path of a volume: "/volume", "/volumeX" or "/volumeUSB" and a number from 1, or "/volumeSATA".
+// Reads a path whose first component is a volume's: "/volume", "/volumeX" or "/volumeUSB" and a number from 1, or
+// "/volumeSATA".
 // @return false for any other path; `id` is untouched then
 bool ParseVolumePath(std::string_view path, _tag_vol_id_* id);
+
+// The same for a place where a volume is mounted: that component alone, or with the folder that stands for the whole
+// external disk, "/volumeUSBN/usbshare" and "/volumeSATA/satashare".
+bool ParseMountPath(std::string_view path, _tag_vol_id_* id);
+
+// Whether a path is a folder, or lies below it; both without a "/" at the end.
+bool LiesIn(std::string_view path, std::string_view folder);
+
+// Whether a path, taken by its text alone, stays below its first component: absolute, and no component is "..".
+bool IsPlainPath(std::string_view path);
 
 }  // namespace kest
 

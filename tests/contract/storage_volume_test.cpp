@@ -1,9 +1,11 @@
-// The list of mounted volumes. The appliance has /volume1; its test adds a memory disk as /volume3.
+// The mounted volumes. The appliance has /volume1; its test adds a memory disk as /volume3.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "platform/keststorage.h"
+#include "platform/klib.h"
 
 namespace {
 
@@ -47,68 +49,40 @@ TEST(StorageVolume, ALocationMaskPicksVolumes) {
 
 TEST(StorageVolume, NoListIsReleasedToo) { KESTMountVolInfoFree(nullptr); }
 
-struct PathRow {
-  int line;
-  const char* path;
-  int number;
-  int location;  // 0: no volume's path
-};
-
-constexpr PathRow kPathRows[] = {
-    {__LINE__, "/volume1", 1, 1},
-    {__LINE__, "/volume12/a/b", 12, 1},
-    {__LINE__, "/volumeX2/", 2, 2},
-    {__LINE__, "/volumeUSB3/usbshare", 3, 4},
-    {__LINE__, "/volumeSATA", 0, 8},
-    {__LINE__, "/volumeSATA/satashare", 0, 8},
-    {__LINE__, "/volume", 0, 0},
-    {__LINE__, "/volume0", 0, 0},
-    {__LINE__, "/volume01", 0, 0},
-    {__LINE__, "/volume1x", 0, 0},
-    {__LINE__, "/volumeSATA1", 0, 0},
-    {__LINE__, "/Volume1", 0, 0},
-    {__LINE__, "volume1", 0, 0},
-    {__LINE__, "//volume1", 0, 0},
-    {__LINE__, "/etc/volume1", 0, 0},
-    {__LINE__, "/", 0, 0},
-    {__LINE__, "", 0, 0},
-};
-
-TEST(StorageVolume, APathNamesItsVolumeWhetherThereIsOneOrNot) {
-  for (const PathRow& row : kPathRows) {
-    _tag_vol_id_ id = {4711, KEST_VOL_LOCATION_FILLER_};
-    EXPECT_EQ(row.location != 0, VolumePathParse(row.path, &id) > 0) << __FILE__ << ":" << row.line;
-    EXPECT_EQ(row.location != 0 ? row.number : 4711, id.number) << row.path;
-    EXPECT_EQ(row.location != 0 ? row.location : static_cast<int>(KEST_VOL_LOCATION_FILLER_), id.location) << row.path;
-  }
-}
-
-TEST(StorageVolume, OneIsFoundByAPathOnIt) {
-  for (const char* path : {"/volume3", "/volume3/a/b"}) {
-    KESTMOUNTVOL info = {};
-    info.next = &info;
-    EXPECT_EQ(0, KESTMountVolInfoGet(path, &info));
+TEST(StorageVolume, APathTellsItsVolume) {
+  for (const char* path : {"/volume3", "/volume3/", "/volume3/a/b", "/volume3/..a/b..", "/volume3/missing"}) {
+    KESTMOUNTVOL info;
+    memset(&info, 0x5A, sizeof(info));
+    ASSERT_EQ(0, KESTMountVolInfoGet(path, &info)) << path;
     EXPECT_EQ(3, info.number);
+    EXPECT_EQ(KEST_VOL_INTERNAL, info.location);
     EXPECT_STREQ("/volume3", info.path);
+    EXPECT_NE(0, info.mounted);
+    EXPECT_NE(0, info.writable);
     EXPECT_EQ(1048576u, info.totalBytes);
     EXPECT_EQ(nullptr, info.next);
   }
 }
 
-TEST(StorageVolume, OneThatIsNotMountedIsNotFound) {
-  for (const char* path : {"/volume2", "/volume33", "/etc", "/", ""}) {
-    KESTMOUNTVOL info = {};
-    info.number = 4711;
-    EXPECT_GT(0, KESTMountVolInfoGet(path, &info)) << path;
-    EXPECT_EQ(4711, info.number);
-  }
+TEST(StorageVolume, AReadOnlyVolumeSaysSo) {
+  KESTMOUNTVOL info;
+  ASSERT_EQ(0, KESTMountVolInfoGet("/volumeUSB2/doc", &info));
+  EXPECT_EQ(0, info.writable);
 }
 
-TEST(StorageVolume, AFileSystemIsLeftOutWhenItIsOfTheKindOrCannotBeExamined) {
-  EXPECT_EQ(0, FSIsMatchSkipFS("/volume1", 0));
-  EXPECT_EQ(0, FSIsMatchSkipFS("/volume2", 0));
-  EXPECT_EQ(0, FSIsMatchSkipFS("/volume1", 3)) << "neither FAT nor NTFS";
-  EXPECT_NE(0, FSIsMatchSkipFS("/volume2", 3)) << "not there";
+TEST(StorageVolume, APathOnNoMountedVolumeIsRefused) {
+  for (const char* path : {"", "/", "/etc", "volume1", "/volume2", "/volume33", "/volumeX1", "/volumeUSB1",
+                           "/volumeSATA", "/volume1/../etc", "/volume1/..", "/volume", "/tmp/volume1"}) {
+    KESTMOUNTVOL info = {};
+    info.number = -5;
+    KLIBErrSet(0);
+    EXPECT_GT(0, KESTMountVolInfoGet(path, &info)) << path;
+    EXPECT_NE(0, KLIBErrGet()) << path;
+    EXPECT_EQ(-5, info.number) << path;
+  }
+  KESTMOUNTVOL info;
+  EXPECT_GT(0, KESTMountVolInfoGet(nullptr, &info));
+  EXPECT_GT(0, KESTMountVolInfoGet("/volume1", nullptr));
 }
 
 }  // namespace
