@@ -12,7 +12,7 @@ cases=" $(cat "${sources[@]}" | tr '\n' ' ' | grep -oE 'TEST(_F|_P)?\( *\w+, *\w
 
 exists() {
   case $1 in
-    *.test.mjs:\ ?*) grep -qF -- "${1#*: }" "tests/program/${1%%: *}" "tests/site/${1%%: *}" 2>/dev/null ;;
+    *.test.mjs:\ ?*) grep -qF -- "${1#*: }" "tests/program/${1%%: *}" "tests/site/${1%%: *}" "tests/ranges/${1%%: *}" 2>/dev/null ;;
     *_fuzz) [ -f "tests/fuzz/$1.cpp" ] && [ -d "tests/fuzz/corpus/$1" ] ;;
     *.*) [[ $cases == *" $1 "* ]] ;;
     *) false ;;

@@ -67,6 +67,16 @@ test("record counts from request to request", () => {
   assert.deepEqual([1, 2, 3].map(() => example("record", { cookie }).json.count), [1, 2, 3]);
 });
 
+test("send sends the file, or the ranges of it that are asked for", () => {
+  const whole = example("send", { cookie });
+  assert.equal(whole.text, readFileSync("/volume1/public/welcome.txt", "utf8"));
+  assert.equal(whole.headers.get("content-type"), "text/plain");
+  assert.equal(whole.headers.get("content-disposition"), 'attachment; filename="welcome.txt"');
+  const range = example("send", { cookie, env: { HTTP_RANGE: "bytes=-5" } });
+  assert.deepEqual([range.status, range.text], [206, whole.text.slice(-5)]);
+  assertSessionRefused(example("send"), "timeout", "login", "error_timeout");
+});
+
 test("receive keeps the file", () => {
   const body = '--b\r\nContent-Disposition: form-data; name="file"; filename="a.txt"\r\n\r\nfive!\r\n--b--\r\n';
   const reply = example("receive", { body, type: "multipart/form-data; boundary=b", cookie });
