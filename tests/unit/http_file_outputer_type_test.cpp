@@ -79,6 +79,26 @@ TEST_F(MimeTypeTest, WordsArePairedAcrossLinesAndALoneOneShiftsThem) {
   EXPECT_EQ(kUnknown, TypeOf("a.image/png"));
 }
 
+TEST_F(MimeTypeTest, OddTablesAreReadAsWords) {
+  std::string line;
+  while (line.size() < 1024 * 1024) line += "other type/other ";
+  const struct {
+    const char* what;
+    std::string table;
+    const char* type;
+  } kRows[] = {
+      {"empty", "", kUnknown},
+      {"no final newline", "txt text/plain", "text/plain"},
+      {"CR LF", "gif image/gif\r\ntxt text/plain\r\n", "text/plain"},
+      {"a NUL behind a word", std::string("gif image/gif\0\ntxt\0x text/plain\0y\n", 36), "text/plain"},
+      {"one line of 1 MiB", line + "txt text/plain", "text/plain"},
+  };
+  for (const auto& row : kRows) {
+    WriteFile(kTable, row.table);
+    EXPECT_EQ(row.type, TypeOf("a.txt")) << row.what;
+  }
+}
+
 TEST_F(MimeTypeTest, AWordOf4095BytesIsReadWholeAndTheRestOfALongerOneIsTheNextWord) {
   const std::string extension(4095, 'e'), type = "x/" + std::string(4093, 't');
   WriteFile(kTable, extension + " " + type + "\ntxt text/plain\n");
