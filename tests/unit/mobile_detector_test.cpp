@@ -283,6 +283,27 @@ TEST_F(MobileDetectorTest, APatternForWhichMemoryIsShortMatchesNothing) {
   EXPECT_EQ("", DetectedFor("PPC"));
 }
 
+TEST_F(MobileDetectorTest, WithoutTheSecondPatternTheFamiliesAndHeadersStillCount) {
+  Request();
+  for (const char* agent : {"BlackBerry", kPpcMac}) {
+    machine().FailAfter("regcomp", 1, REG_ESPACE);
+    EXPECT_EQ("", DetectedFor(agent));
+  }
+  machine().FailAfter("regcomp", 1, REG_ESPACE);
+  EXPECT_EQ("mobile android detected ", DetectedFor("Android"));
+  UaOs("");
+  machine().FailAfter("regcomp", 1, REG_ESPACE);
+  EXPECT_EQ("mobile detected ", DetectedFor("BlackBerry"));
+}
+
+TEST_F(MobileDetectorTest, ASearchForWhichMemoryIsShortFindsNothing) {
+  Request();
+  machine().FailNext("regexec", REG_ESPACE);
+  EXPECT_EQ("mobile detected ", DetectedFor(kPpcMac));
+  machine().FailNext("regexec", REG_ESPACE);
+  EXPECT_EQ("", DetectedFor("BlackBerry"));
+}
+
 TEST_F(MobileDetectorTest, ParametersThatAreReadAlreadyAreNotAskedForAgain) {
   EXPECT_CALL(cgi(), KestCgiGetParamLine()).WillOnce(Return("forceDesktop=1"));
   EXPECT_CALL(cgi(), KestCgiParseCGIParam(_, StrEq("forceDesktop=1")));

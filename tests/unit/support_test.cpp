@@ -22,6 +22,8 @@ using ::testing::_;
 using ::testing::ElementsAre;
 
 int* lost = nullptr;
+// An optimiser leaves out what nobody sees.
+int* volatile needed = nullptr;
 
 // A test inside the test; its end is the end of the object.
 class Inner : public PlatformTest {
@@ -50,7 +52,8 @@ void LoseMemoryWhenMemoryIsShort() {
   inner.FailuresUntilItSucceeds([] {
     auto kept = std::make_unique<int>(1);
     try {
-      delete new int(2);
+      needed = new int(2);
+      delete needed;
     } catch (const std::bad_alloc&) {
       lost = kept.release();
       throw;
