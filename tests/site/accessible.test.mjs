@@ -32,6 +32,12 @@ async function pagesOfAnOrdinaryAccount({ page, url, login }) {
   await page.goto(`${url}/charts.html`);
   await page.waitForSelector("#volumes canvas");
   await assertAccessible(page, "charts, not everything allowed");
+  await page.goto(`${url}/files.html#%2Fvolume1%2Fpublic`);
+  for (const [file, element] of Object.entries({ "clock.webm": "video", "chime.wav": "audio", "hills.jpg": "img" })) {
+    await page.click(`#items .name a[href$="${file}"]`);
+    await page.waitForSelector(`#preview ${element}`);
+    await assertAccessible(page, `files, ${file} previewed`);
+  }
 }
 
 async function pagesOfAnAdministrator({ page, url, login }) {
