@@ -72,6 +72,12 @@ void ForgetRangeOfAnotherState(const std::string& tag) {
   if (wanted != nullptr && tag != wanted) unsetenv("HTTP_RANGE");
 }
 
+// A film that opens by itself is fetched once more, as part of a page that the browser makes around it: out of a
+// sandbox that would be another site's request.
+constexpr char kMediaPolicy[] =
+    "default-src 'none'; img-src 'self'; media-src 'self'; style-src 'unsafe-inline'; frame-ancestors 'none'";
+constexpr char kKeptPolicy[] = "sandbox; default-src 'none'; frame-ancestors 'none'";
+
 // Films, music and pictures may open in the browser. A page, a drawing or a document that may hold scripts is kept.
 bool OpensInBrowser(const std::string& type) {
   if (type == "image/svg+xml") return false;
@@ -82,11 +88,10 @@ bool OpensInBrowser(const std::string& type) {
 }
 
 Lines LinesFor(const std::string& name, const std::string& type) {
+  const bool opens = OpensInBrowser(type);
   return {
-      {"Content-Disposition", site::ContentDisposition(OpensInBrowser(type) ? "inline" : "attachment", name)},
-      {"Content-Security-Policy",
-       "sandbox; default-src 'none'; img-src 'self'; media-src 'self'; style-src 'unsafe-inline'; frame-ancestors "
-       "'none'"},
+      {"Content-Disposition", site::ContentDisposition(opens ? "inline" : "attachment", name)},
+      {"Content-Security-Policy", opens ? kMediaPolicy : kKeptPolicy},
       {"X-Content-Type-Options", "nosniff"},
       {"Cache-Control", "private, no-cache"},
   };

@@ -127,7 +127,7 @@ test("A file and a folder are saved byte for byte", () =>
     assert.equal(archive.name, "anna.tar");
     const unpacked = spawnSync("tar", ["--extract", "--to-stdout", "anna/large file.bin"], { input: archive.bytes, maxBuffer: 2 * content.length });
     assert.ok(unpacked.stdout.equals(content), String(unpacked.stderr));
-    const reply = await page.request.get(`${site.url}/cgi/download.cgi?path=/volume1/public/clock.webm`);
+    const reply = await page.request.get(`${site.url}/cgi/download.cgi?path=/volume1/public/welcome.txt`);
     assert.match(reply.headers()["content-security-policy"], /^sandbox; default-src 'none'/, "the site's own policy does not replace it");
   }));
 
@@ -167,8 +167,9 @@ test("In a film one seeks, and only what is needed is fetched", () =>
     });
     assert.equal(starts[0], 0);
     assert.ok(starts.some((start) => start > film.length * 0.7), `fetched from ${starts} of ${film.length}`);
-    const fetched = await page.evaluate(() => performance.getEntriesByType("resource").filter(({ name }) => name.includes("far.webm")).length);
-    console.log(`film of ${film.length} bytes: ${fetched} requests, from ${starts}`);
+    await page.goto(`${url}/cgi/download.cgi?path=/volume1/public/clock.webm`);
+    await page.waitForFunction(() => document.querySelector("video")?.duration === 12, undefined, { timeout: 10_000 });
+    console.log(`film of ${film.length} bytes: fetched from ${starts}`);
   }));
 
 test("On a phone everything fits", () =>
