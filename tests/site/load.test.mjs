@@ -45,6 +45,7 @@ test(`${kRequests} requests, ${kAtOnce} at a time, are all answered and leave no
       const kinds = [
         { path: "/cgi/whoami.cgi", cookie: admin, check: checkSession("admin") },
         { path: "/cgi/whoami.cgi", cookie: anna, check: checkSession("anna") },
+        { path: "/", cookie: anna, check: ({ text }) => assert.match(text, /<span id="welcome">Welcome anna<[^]*<\/html>\n$/) },
         { path: "/cgi/general.cgi?action=load", cookie: admin, check: ({ text }) => assert.equal(JSON.parse(text).success, true) },
         {
           path: "/cgi/general.cgi?action=load",
