@@ -9,10 +9,10 @@ const read = (file) => readFileSync(path.join(projectDir, file), "utf8");
 const filesIn = (folder, ending) => readdirSync(path.join(projectDir, folder)).filter((name) => name.endsWith(ending)).map((name) => `${folder}/${name}`);
 
 // "section:key" -> text; a key that comes twice fails.
-function table(language) {
+function table(language, module = "tarvel") {
   const texts = new Map();
   let section = "";
-  for (const line of read(`site/texts/tarvel/${language}.ini`).split("\n")) {
+  for (const line of read(`site/texts/${module}/${language}.ini`).split("\n")) {
     const heading = /^\[(\w+)\]$/.exec(line);
     const entry = /^(\w+)="(.*)"$/.exec(line);
     if (heading) section = heading[1];
@@ -58,6 +58,15 @@ test("Both languages have the same texts, with the same places for values", () =
   for (const [name, text] of english) {
     assert.notEqual(text, "", name);
     assert.equal(german.get(name).includes("{value}"), text.includes("{value}"), name);
+  }
+});
+
+test("The banner has its words in both languages", () => {
+  const wanted = [...read("src/app_banner.cpp").matchAll(/texts_\.Text\("(\w+)"/g)].map(([, key]) => `uicommon:${key}`).sort();
+  for (const language of ["en", "de"]) {
+    const words = table(language, "scripts");
+    assert.deepEqual([...words.keys()].sort(), wanted, language);
+    assert.ok([...words.values()].every(Boolean), language);
   }
 });
 
