@@ -70,7 +70,7 @@ test("Names of every kind are told as text, and their links lead to them", () =>
   const folder = `${kHome}/odd`;
   mkdirSync(folder);
   const odd = ["a b", "%41", "line\nbreak", "quote\"'", "\u00fc\u{1f600}", "back\\slash", "<script>", "n".repeat(255), "\x01\x7f"].map((name) => Buffer.from(name));
-  odd.push(Buffer.from("latin \xe4 1", "latin1"), Buffer.from([0xff]), Buffer.from([0xe5, 0xae]), Buffer.from([0xed, 0xa0, 0x80]));
+  odd.push(Buffer.from("latin \xe4 1", "latin1"), Buffer.from([0xff]), Buffer.from([0xe5, 0xae]), Buffer.from([0xc3, 0xbc, 0xff, 0xe5, 0xae, 0x89]), Buffer.from([0xed, 0xa0, 0x80]));
   for (const name of odd) writeFileSync(Buffer.concat([Buffer.from(`${folder}/`), name]), name.toString("hex"));
   const { items } = list(folder).json.data;
   assert.equal(items.length, odd.length);
@@ -81,7 +81,7 @@ test("Names of every kind are told as text, and their links lead to them", () =>
     texts.splice(texts.indexOf(sent.text), 1);
   }
   const shown = namesOf(list(folder));
-  for (const name of ["a b", "%41", "line\nbreak", "\u00fc\u{1f600}", "\x01\x7f", "latin \ufffd 1", "\ufffd", "\ufffd\ufffd", "\ufffd\ufffd\ufffd"]) {
+  for (const name of ["a b", "%41", "line\nbreak", "\u00fc\u{1f600}", "\x01\x7f", "latin \ufffd 1", "\ufffd", "\ufffd\ufffd", "\ufffd\ufffd\ufffd", "\u00fc\ufffd\u5b89"]) {
     assert.ok(shown.includes(name), JSON.stringify([name, shown]));
   }
 });
