@@ -48,13 +48,15 @@ int Refuse(Tarvel& request, const site::FileRefusal& refusal) {
   return SendHead(request, {{"Status", refusal.status}}, "text/plain; charset=\"UTF-8\"");
 }
 
-// One state of a file from every other, so that a client may join pieces that carry the same tag. The time of the last
-// change of any kind: a writer can set the other one back.
+// Tells one state of a file from every other, so that a client may join pieces that carry the same tag. The time is
+// that of the last change of any kind: a writer can set the other one back. A file that was changed just now may be
+// changed again before the file system's clock ticks, so for a second its tag is weak (RFC 9110 section 8.8.1).
 std::string EntityTag(const struct stat& info) {
   char tag[80];
-  snprintf(tag, sizeof tag, "\"%llx-%llx-%llx-%lx\"", static_cast<unsigned long long>(info.st_ino),
-           static_cast<unsigned long long>(info.st_size), static_cast<unsigned long long>(info.st_ctim.tv_sec),
-           static_cast<unsigned long>(info.st_ctim.tv_nsec));
+  const bool is_settled = time(nullptr) - info.st_ctim.tv_sec > 1;
+  snprintf(tag, sizeof tag, "%s\"%llx-%llx-%llx-%lx\"", is_settled ? "" : "W/",
+           static_cast<unsigned long long>(info.st_ino), static_cast<unsigned long long>(info.st_size),
+           static_cast<unsigned long long>(info.st_ctim.tv_sec), static_cast<unsigned long>(info.st_ctim.tv_nsec));
   return tag;
 }
 
@@ -66,10 +68,10 @@ std::string HttpDate(time_t when) {
 }
 
 // RFC 9110 section 13.1.5: a range of a file that has changed since is not what the client wants. A date is too coarse
-// to tell that, so only the tag counts.
+// to tell that, so only a strong tag counts.
 void ForgetRangeOfAnotherState(const std::string& tag) {
   const char* wanted = getenv("HTTP_IF_RANGE");
-  if (wanted != nullptr && tag != wanted) unsetenv("HTTP_RANGE");
+  if (wanted != nullptr && (tag != wanted || tag[0] != '"')) unsetenv("HTTP_RANGE");
 }
 
 // A film that opens by itself is fetched once more, as part of a page that the browser makes around it: out of a
