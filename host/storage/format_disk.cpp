@@ -87,7 +87,7 @@ int OpenDevice(const ExternalDisk& disk, FileDescriptor* device) {
   device->Reset(open(disk.path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status;
   if (!device->IsOpen() || fstat(device->Get(), &status) != 0) return Fail(errno);
-  if (!S_ISBLK(status.st_mode) && !(S_ISREG(status.st_mode) && disk.named)) return FailWith(kErrorBadParameter);
+  if (!S_ISBLK(status.st_mode) && !S_ISREG(status.st_mode)) return FailWith(kErrorBadParameter);
   return flock(device->Get(), LOCK_EX | LOCK_NB) == 0 ? 0 : Fail(errno);
 }
 

@@ -44,7 +44,7 @@ TEST_F(StorageService, EveryServiceHasARecordWithoutAnybodyWritingOne) {
 }
 
 TEST_F(StorageService, AnUnknownServiceIsRefusedAndLeavesTheRecord) {
-  for (const int service : {0, -1, 7, 1000, static_cast<int>(KEST_SERVICE_ID_FILLER_)}) {
+  for (const int service : {0, 7, 1000, static_cast<int>(KEST_SERVICE_ID_FILLER_)}) {
     SERVICEINFO info = {};
     info.skipFsType = 77;
     KLIBErrSet(0);

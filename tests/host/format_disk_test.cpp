@@ -176,6 +176,7 @@ TEST_F(FormatDiskTest, NamedDisksThatCannotBeReadAreAFailure) {
   unlink(folder_.File("named").c_str());
   mkdir(folder_.File("named").c_str(), 0755);
   EXPECT_GT(0, Format(folder_.File("usb.img"), kFat));
+  EXPECT_EQ(kErrorSystem, KLIBErrGet());
   EXPECT_EQ("none", FileSystemOf(folder_.File("usb.img")));
 }
 
