@@ -16,8 +16,8 @@ extern "C" {
 typedef enum _tag_vol_location_ {
   KEST_VOL_INTERNAL = 1,   ///< internal disks: /volumeN
   KEST_VOL_EXPANSION = 2,  ///< an expansion unit: /volumeXN
-  KEST_VOL_USB = 4,        ///< a USB disk: /volumeUSBN
-  KEST_VOL_SATA = 8,       ///< the external SATA disk: /volumeSATA
+  KEST_VOL_USB = 4,        ///< a USB disk: /volumeUSBN, or usbshare in it
+  KEST_VOL_SATA = 8,       ///< the external SATA disk: /volumeSATA, or satashare in it
   KEST_VOL_LOCATION_FILLER_ = 0x7fffffff
 } _tag_vol_location_;
 
@@ -110,7 +110,7 @@ typedef struct SPACEDISKREPLY {
   int flags;  ///< or-ed: 1 belongs to a space, 2 that space is crashed, 4 holds a system partition, 8 that one is
               ///< crashed
   _space_type_ spaceType;  ///< with flag 1 or 2
-  char spaceName[64];      ///< with flag 1 or 2; see _space_type_
+  char spaceName[64];      ///< with flag 1 or 2; see _space_type_; "" when the platform cannot tell it
 } SPACEDISKREPLY;
 
 /// The volume of an external disk.
