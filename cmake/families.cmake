@@ -12,5 +12,6 @@ set(TARVEL_FAMILIES
   template
   http_file_outputer
   schedule
+  vhost
   volume
 )

@@ -58,6 +58,8 @@ time_t RealTime(time_t* out) __asm__("__real_" TIME_NAME);
 int RealFclose(FILE* file) __asm__("__real_fclose");
 int RealRename(const char* from, const char* to) __asm__("__real_rename");
 int RealRemove(const char* path) __asm__("__real_remove");
+ssize_t RealGetline(char** line, size_t* room, FILE* file) __asm__("__real_getline");
+ssize_t RealGetdelim(char** line, size_t* room, int end, FILE* file) __asm__("__real___getdelim");
 int RealMkdir(const char* path, mode_t mode) __asm__("__real_mkdir");
 int RealChown(const char* path, uid_t user, gid_t group) __asm__("__real_chown");
 int RealChmod(const char* path, mode_t mode) __asm__("__real_chmod");
@@ -87,6 +89,8 @@ time_t WrapTime(time_t* out) __asm__("__wrap_" TIME_NAME);
 int WrapFclose(FILE* file) __asm__("__wrap_fclose");
 int WrapRename(const char* from, const char* to) __asm__("__wrap_rename");
 int WrapRemove(const char* path) __asm__("__wrap_remove");
+ssize_t WrapGetline(char** line, size_t* room, FILE* file) __asm__("__wrap_getline");
+ssize_t WrapGetdelim(char** line, size_t* room, int end, FILE* file) __asm__("__wrap___getdelim");
 int WrapMkdir(const char* path, mode_t mode) __asm__("__wrap_mkdir");
 int WrapChown(const char* path, uid_t user, gid_t group) __asm__("__wrap_chown");
 int WrapChmod(const char* path, mode_t mode) __asm__("__wrap_chmod");
@@ -128,6 +132,12 @@ std::string Octal(mode_t mode) {
 void* Tracked(void* block) {
   if (block != nullptr && Machine::Current() != nullptr) Machine::Current()->ledger().Take(kBlock, block);
   return block;
+}
+
+void Exchanged(const void* before, void* after) {
+  if (before == after || Machine::Current() == nullptr) return;
+  if (before != nullptr) Machine::Current()->ledger().Give(kBlock, before);
+  Tracked(after);
 }
 
 }  // namespace
@@ -248,6 +258,21 @@ int WrapRename(const char* from, const char* to) {
 }
 
 int WrapRemove(const char* path) { return Fails("remove", path) ? -1 : RealRemove(RealPath(path).c_str()); }
+
+// The line's block is libc's own, and the caller's to release. An optimiser may turn the first call into the second.
+ssize_t WrapGetline(char** line, size_t* room, FILE* file) {
+  const char* const before = *line;
+  const ssize_t result = RealGetline(line, room, file);
+  Exchanged(before, *line);
+  return result;
+}
+
+ssize_t WrapGetdelim(char** line, size_t* room, int end, FILE* file) {
+  const char* const before = *line;
+  const ssize_t result = RealGetdelim(line, room, end, file);
+  Exchanged(before, *line);
+  return result;
+}
 
 int WrapMkdir(const char* path, mode_t mode) {
   if (Fails("mkdir", std::string(path) + " " + Octal(mode))) return -1;
