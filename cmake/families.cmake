@@ -14,4 +14,6 @@ set(TARVEL_FAMILIES
   schedule
   vhost
   volume
+  storage
+  disk
 )

@@ -37,6 +37,7 @@
 
 extern "C" {
 
+int RealGethostname(char* name, size_t bytes) __asm__("__real_gethostname");
 pid_t RealSetsid() __asm__("__real_setsid");
 int RealOpen(const char* path, int flags, ...) __asm__("__real_open64");
 int RealStat(const char* path, struct stat* info) __asm__("__real_" STAT_NAME);
@@ -68,6 +69,7 @@ int RealRegexec(const regex_t* compiled, const char* text, size_t slots, regmatc
                 int flags) __asm__("__real_regexec");
 void RealRegfree(regex_t* compiled) __asm__("__real_regfree");
 
+int WrapGethostname(char* name, size_t bytes) __asm__("__wrap_gethostname");
 pid_t WrapSetsid() __asm__("__wrap_setsid");
 int WrapOpen(const char* path, int flags, ...) __asm__("__wrap_open64");
 int WrapStat(const char* path, struct stat* info) __asm__("__wrap_" STAT_NAME);
@@ -228,6 +230,13 @@ int WrapSelect(int count, fd_set* in, fd_set* out, fd_set* other, struct timeval
   *limit = {};
   if (machine->Fails("select report")) FD_ZERO(out);
   return ready;
+}
+
+int WrapGethostname(char* name, size_t bytes) {
+  if (Machine::Current() == nullptr) return RealGethostname(name, bytes);
+  if (Fails("gethostname", std::to_string(bytes))) return -1;
+  std::snprintf(name, bytes, "%s", "nas-of-the-tests");
+  return 0;
 }
 
 pid_t WrapGetpid() {

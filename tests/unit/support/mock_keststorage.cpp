@@ -65,3 +65,27 @@ void RAIDSystemFree(_tag_raid_for_system_* raid) {
 int KESTSpaceDiskStatusGet(const SPACEDISKREQ* request, SPACEDISKREPLY* reply) {
   return Called("KESTSpaceDiskStatusGet").KESTSpaceDiskStatusGet(request, reply);
 }
+
+int KESTUSBVolInit(char* dev, int fs) { return Called("KESTUSBVolInit").KESTUSBVolInit(dev, fs); }
+
+int KESTSATAVolInit(char* dev, int fs, int one) { return Called("KESTSATAVolInit").KESTSATAVolInit(dev, fs, one); }
+
+int KESTDiskUSBDevGetVolInfo(char* dev, EXTVOLINFO* info) {
+  return Called("KESTDiskUSBDevGetVolInfo").KESTDiskUSBDevGetVolInfo(dev, info);
+}
+
+int KESTSATAGetVolInfo(char* dev, EXTVOLINFO* info) {
+  return Called("KESTSATAGetVolInfo").KESTSATAGetVolInfo(dev, info);
+}
+
+int KESTQuotaGet(const char* path, const char* name, _tag_KEST_QUOTA_* quota) {
+  return Called("KESTQuotaGet").KESTQuotaGet(path, name, quota);
+}
+
+int KESTQuotaSet(const char* path, const char* name, _tag_KEST_QUOTA_* quota) {
+  return Called("KESTQuotaSet").KESTQuotaSet(path, name, quota);
+}
+
+int KESTNFSRuleSetAll(const char* path, int zero) { return Called("KESTNFSRuleSetAll").KESTNFSRuleSetAll(path, zero); }
+
+void ErrServicesHup(void) { Called("ErrServicesHup").ErrServicesHup(); }

@@ -24,6 +24,14 @@ class MockKestStorage : public CurrentMock<MockKestStorage> {
   MOCK_METHOD(int, RAIDSystemGet, (_tag_raid_for_system_ * *slot));
   MOCK_METHOD(void, RAIDSystemFree, (_tag_raid_for_system_ * raid));
   MOCK_METHOD(int, KESTSpaceDiskStatusGet, (const SPACEDISKREQ* request, SPACEDISKREPLY* reply));
+  MOCK_METHOD(int, KESTUSBVolInit, (char* dev, int fs));
+  MOCK_METHOD(int, KESTSATAVolInit, (char* dev, int fs, int one));
+  MOCK_METHOD(int, KESTDiskUSBDevGetVolInfo, (char* dev, EXTVOLINFO* info));
+  MOCK_METHOD(int, KESTSATAGetVolInfo, (char* dev, EXTVOLINFO* info));
+  MOCK_METHOD(int, KESTQuotaGet, (const char* path, const char* name, _tag_KEST_QUOTA_* quota));
+  MOCK_METHOD(int, KESTQuotaSet, (const char* path, const char* name, _tag_KEST_QUOTA_* quota));
+  MOCK_METHOD(int, KESTNFSRuleSetAll, (const char* path, int zero));
+  MOCK_METHOD(void, ErrServicesHup, ());
 };
 
 }  // namespace tarvel_test

@@ -8,6 +8,7 @@ using tarvel_test::MockKlib;
 namespace {
 
 constexpr char kTexts[] = "list of texts";
+constexpr char kMap[] = "map of texts";
 
 }  // namespace
 
@@ -43,4 +44,27 @@ int KLIBFileGetKeyValue(const char* file, const char* key, char* buf, int size, 
   return MockKlib::Called("KLIBFileGetKeyValue").KLIBFileGetKeyValue(file, key, buf, size, zero);
 }
 
+int KLIBFileSetKeyValue(const char* file, const char* key, const char* value, const char* format) {
+  return MockKlib::Called("KLIBFileSetKeyValue").KLIBFileSetKeyValue(file, key, value, format);
+}
+
 int BlKLIBProcAlive(unsigned pid) { return MockKlib::Called("BlKLIBProcAlive").BlKLIBProcAlive(pid); }
+
+PSZHASH PshKLIBSzHashAlloc(int size) {
+  PSZHASH hash = MockKlib::Called("PshKLIBSzHashAlloc").PshKLIBSzHashAlloc(size);
+  if (hash != nullptr) Machine::Current()->ledger().Take(kMap, hash);
+  return hash;
+}
+
+int KLIBSzHashSetValue(PSZHASH hash, const char* key, const char* value) {
+  return MockKlib::Called("KLIBSzHashSetValue").KLIBSzHashSetValue(hash, key, value);
+}
+
+void KLIBSzHashFree(PSZHASH hash) {
+  MockKlib::Called("KLIBSzHashFree");
+  Machine::Current()->ledger().Give(kMap, hash);
+}
+
+int KLIBSmbMd4Hash(const char* text, unsigned char* digest, int size) {
+  return MockKlib::Called("KLIBSmbMd4Hash").KLIBSmbMd4Hash(text, digest, size);
+}

@@ -8,7 +8,7 @@
 
 namespace tarvel_test {
 
-/// platform/klib.h. A list must be given back exactly once, under the handle that the last call left.
+/// platform/klib.h. A list must be given back exactly once, under the handle that the last call left; a map, too.
 class MockKlib : public CurrentMock<MockKlib> {
  public:
   MOCK_METHOD(int, KLIBErrGet, ());
@@ -19,7 +19,11 @@ class MockKlib : public CurrentMock<MockKlib> {
   MOCK_METHOD(char*, SzKLIBSzListGet, (PSZLIST list, int index));
   MOCK_METHOD(int, KLIBStrTrimSpace, (char* in, char* out));
   MOCK_METHOD(int, KLIBFileGetKeyValue, (const char* file, const char* key, char* buf, int size, int zero));
+  MOCK_METHOD(int, KLIBFileSetKeyValue, (const char* file, const char* key, const char* value, const char* format));
   MOCK_METHOD(int, BlKLIBProcAlive, (unsigned pid));
+  MOCK_METHOD(PSZHASH, PshKLIBSzHashAlloc, (int size));
+  MOCK_METHOD(int, KLIBSzHashSetValue, (PSZHASH hash, const char* key, const char* value));
+  MOCK_METHOD(int, KLIBSmbMd4Hash, (const char* text, unsigned char* digest, int size));
 };
 
 }  // namespace tarvel_test

@@ -35,6 +35,7 @@ ScratchDirectory::~ScratchDirectory() {
 PlatformTest::PlatformTest() : machine_(scratch_.path()) {
   // The ledger watches over these; only tests of the order name them.
   EXPECT_CALL(cgi_, KestCgiFree(_)).Times(AnyNumber());
+  EXPECT_CALL(dir_, KESTShareFree(_)).Times(AnyNumber());
   EXPECT_CALL(storage_, KESTMountVolInfoFree(_)).Times(AnyNumber());
   EXPECT_CALL(storage_, RAIDSystemFree(_)).Times(AnyNumber());
 }
