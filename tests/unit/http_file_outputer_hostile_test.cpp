@@ -81,6 +81,16 @@ TEST_F(HostileReplyTest, ASuffixThatIsTooLongAmongOthersIsPromisedAndEndsTheRepl
   ExpectLogged("http_file_outputer(#): fseeko failed, offset=-10 errno=Invalid argument");
 }
 
+TEST_F(HostileReplyTest, ASuffixOfAnEmptyFileIsPromisedToo) {
+  AsksFor("-5");
+  EXPECT_EQ(-1, Send(""));
+  EXPECT_EQ(
+      "Status: 206 Partial Content\r\nContent-Length: 5\r\nContent-Type: text/plain\r\n"
+      "Content-Range: bytes -5--1/0\r\n\r\n",
+      Printed());
+  ExpectLogged("http_file_outputer(#): fseeko failed, offset=-5 errno=Invalid argument");
+}
+
 TEST_F(HostileReplyTest, AFailedSeekToALaterRangeEndsTheReplyBehindItsHeaders) {
   AsksFor("0-1,5-6,8-9");
   machine().FailNext("fseeko", EIO);
