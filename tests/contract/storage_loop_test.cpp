@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/loop.h>
+#include <sched.h>
 #include <spawn.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
@@ -172,6 +173,40 @@ TEST_F(StorageLoop, AQuotaIsKeptByTheKernel) {
   EXPECT_EQ(8u * 1024 * 1024, quota.limitBytes);
   EXPECT_GE(quota.usedBytes, 1024u * 1024);
   EXPECT_LT(quota.usedBytes, 2u * 1024 * 1024);
+}
+
+// A kernel with the md driver, as far as a process of its own can see. Gives the number of the first promise that is
+// not kept, 0 when all are.
+int SeeArrays() {
+  const auto show = [](const char* state) {
+    std::ofstream("/proc/mdstat")
+        << "Personalities : [raid1]\nmd1 : active raid1 sda2[0]\n      9 blocks [2/1] [U_]\n\nmd0 : " << state
+        << "\n      9 blocks [2/2] [UU]\n\nunused devices: <none>\n";
+  };
+  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return kSkipped;
+  if (mount("tmpfs", "/proc", "tmpfs", 0, nullptr) != 0) return kSkipped;
+  show("active raid1 sda1[0] sdb1[1]");
+  if (KESTSupportRAID() == 0) return 1;
+  _tag_raid_for_system_* raid = nullptr;
+  if (RAIDSystemGet(&raid) < 0 || raid == nullptr) return 2;
+  if (raid->entry[0].state != KEST_RAID_NORMAL || raid->entry[1].state != KEST_RAID_DEGRADED) return 3;
+  show("inactive sda1[0]");
+  if (RAIDSystemGet(&raid) < 0 || raid->entry[0].state != KEST_RAID_CRASHED) return 4;
+  show("half");
+  if (RAIDSystemGet(&raid) >= 0 || raid->entry[0].state != KEST_RAID_CRASHED) return 5;
+  if (RAIDSystemGet(nullptr) >= 0) return 6;
+  RAIDSystemFree(raid);
+  return 0;
+}
+
+TEST(StorageArrays, TheSystemsAreReadAsTheKernelShowsThem) {
+  const pid_t pid = fork();
+  if (pid == 0) _exit(unshare(CLONE_NEWNS) == 0 ? SeeArrays() : kSkipped);
+  int status = -1;
+  ASSERT_EQ(pid, waitpid(pid, &status, 0));
+  ASSERT_TRUE(WIFEXITED(status));
+  if (WEXITSTATUS(status) == kSkipped) GTEST_SKIP() << "/proc cannot be covered";
+  EXPECT_EQ(0, WEXITSTATUS(status));
 }
 
 }  // namespace
