@@ -301,7 +301,9 @@ class TARVEL_EXPORT Volume {
   /// @}
 
  private:
+  /// The service's external volume is gone or read-only, or was assigned and never decided.
   bool IsExternalVolumeLost() const;
+  /// Lists and counts look at this volume: neither its location nor its file system is left out.
   bool IsShown(const KESTMOUNTVOL& volume, bool withExpansion) const;
 
   SERVICEINFO service_;
