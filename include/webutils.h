@@ -7,7 +7,7 @@
 #include "tarvel_export.h"
 
 /// @file
-/// Texts for pages, URLs and lists.
+/// Texts for pages, URLs and lists; what a program asks of the server that it runs on.
 
 /// Small helpers of the programs that build pages. They hold no state: each may be called from anywhere.
 ///
@@ -15,8 +15,9 @@
 ///     WebUtils::StringExplode(",a,,b,", ",");               // {"a", "b"}
 ///     WebUtils::IsValidExtension("photo.JPG", ".jpg");      // true
 ///
-/// **Errors** are told by the results alone: an empty text, an empty list, false. Nothing here logs or throws (memory
-/// exhaustion apart).
+/// **Errors** are told by the results alone: an empty text, an empty list, false. Nothing here throws (memory
+/// exhaustion apart). What is logged goes to syslog at LOG_ERR, begins with the source name `webutils` and the line
+/// number, and is named at each function; functions that name no message log nothing.
 namespace TARVEL_EXPORT WebUtils {
 
 /// A text for use between the tags of a page: "&", "<" and ">" become the entities amp, lt and gt. Quotation marks stay
@@ -65,6 +66,104 @@ std::string StringLeftStrip(const char* text);
 /// @param extension  the extension; null or "" gives false
 /// @return true when the name ends with the extension and is longer than it
 bool IsValidExtension(const char* fileName, const char* extension);
+
+/// @name The server
+/// @{
+
+/// The host name.
+///
+/// @return the name; "" when the system does not tell it (logged: "getting hostname error.")
+std::string GetServerName();
+
+/// The name of the Windows domain or workgroup.
+///
+/// @return the name, "" unless the settings say that the server is in a domain
+std::string GetDomainName();
+
+/// Whether the server is joined to a Windows domain: the settings say so, and the domain confirms it.
+///
+/// @param domain  receives the name of domain or workgroup, also when the result is false; untouched when the settings
+///                cannot be read
+/// @return true when it is joined
+bool IsJoinDomain(std::string& domain);
+
+/// Whether the name of a user or group is that of a domain account, `DOMAIN\name`.
+///
+/// @param name  the name
+/// @return true when it holds a backslash
+bool IsDomainObject(const std::string& name);
+
+/// A URL of the host that the browser has asked, on another protocol or port.
+///
+///     char port[] = "5001";
+///     std::string url;
+///     WebUtils::GetURLByProtocol(url, true, port);  // "https://nas:5001" for a request of http://nas:5000/
+///
+/// @param url    receives the URL, without a path
+/// @param https  protocol of the URL
+/// @param port   port number as text, taken as it is; never null
+/// @return false when the environment has no HTTP_HOST (logged: "Can't find HTTP_HOST in env"): `url` is untouched
+/// then.
+///         The host ends at its first colon, so bracketed IPv6 addresses are cut
+bool GetURLByProtocol(std::string& url, bool https, char* port);
+
+/// Whether ports that a service is to get belong to another service.
+///
+/// | service          | its own ports, which are not compared                            |
+/// |------------------|------------------------------------------------------------------|
+/// | `"adminUI"`      | the settings admin_port, secure_admin_port                       |
+/// | `"ftp"`          | ftpport; ftplowport to ftphighport                               |
+/// | `"http"`         | httpport, and the ports of the HTTP virtual hosts                |
+/// | `"https"`        | the ports of the HTTPS virtual hosts                             |
+/// | `"download"`     | download_start_port to download_end_port                         |
+/// | `"surveillance"` | surveillance_low_port to surveillance_high_port                  |
+/// | `"cfs"`          | cfs_httpport, cfs_httpsport                                      |
+///
+/// A range of another service collides when its upper end lies among the ports or when it holds `high`; only of a range
+/// whose ends are in order this tells every overlap. A setting that is missing is port 0.
+///
+/// @param service    name of the service, case-sensitive; any other name is compared with all
+/// @param low, high  first and last port; both 0 is no port
+/// @return 1 when there is a conflict, also when that cannot be found out: memory is short (logged: "out of memory!!"),
+///         or the virtual hosts have more than ten ports or cannot be read (logged: "VHostPortGet() failed!!").
+///         Otherwise 0
+int IsPortConflict(const char* service, int low, int high);
+
+/// An entity tag for what the program answers to this address: the same for the same SCRIPT_NAME and QUERY_STRING.
+/// Of both together 255 bytes count.
+///
+///     const std::string tag = WebUtils::CreateCGIETag();
+///     if (WebUtils::OutputNotModifiedIfMatch(tag)) return 0;
+///     request.AddHeader("ETag", tag.c_str());
+///
+/// @return four groups of hexadecimal numbers without leading zeros, 19 to 35 characters; "" without SCRIPT_NAME and
+///         when the platform cannot compute it
+std::string CreateCGIETag();
+
+/// Answers the request with status 304 when the browser's copy has this tag: HTTP_IF_NONE_MATCH is the tag, byte for
+/// byte; lists, quotation marks and weak tags are not understood. The reply goes to standard output at once, headers
+/// and cookies that are queued are not sent.
+///
+/// @param etag  the tag; "" is none
+/// @return true when the reply is complete and the program must write nothing more
+bool OutputNotModifiedIfMatch(const std::string& etag);
+
+/// Mails an account's name and password, with the platform's text for an event. Failures are not told.
+///
+/// @param userName   for the placeholder "%USER_NAME%"
+/// @param password   for "%PASSWD%", cut to 254 bytes; "" stands for the text "no_pw" of the section "common"
+/// @param recipient  mail address; "" sends nothing
+/// @param event      name of the event
+void SendUserInfoMail(const std::string& userName, const std::string& password, const std::string& recipient,
+                      const std::string& event);
+
+/// The names of the time zones, in the platform's order; none when they cannot be read.
+std::vector<std::string> EnumTimeZones();
+
+/// The name of the current AppleTalk zone; "" when there is none.
+std::string GetCurrentAppleZone();
+
+/// @}
 
 }  // namespace WebUtils
 
