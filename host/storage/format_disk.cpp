@@ -76,12 +76,6 @@ int Unmount(const std::vector<std::string>& paths) {
   return 0;
 }
 
-// Opened as the kernel opens a disk to mount it: that fails while anybody else has it so.
-bool IsHeld(const std::string& path) {
-  const FileDescriptor probe(open(path.c_str(), O_RDONLY | O_EXCL | O_CLOEXEC));
-  return !probe.IsOpen();
-}
-
 // The device, locked against a second formatting until it is closed.
 int OpenDevice(const ExternalDisk& disk, FileDescriptor* device) {
   device->Reset(open(disk.path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
@@ -91,8 +85,8 @@ int OpenDevice(const ExternalDisk& disk, FileDescriptor* device) {
   return flock(device->Get(), LOCK_EX | LOCK_NB) == 0 ? 0 : Fail(errno);
 }
 
+// The programs open a device exclusively, so one that an array or anything else holds is left alone.
 int MakeFileSystem(const FileSystem& file_system, const ExternalDisk& disk) {
-  if (!disk.name.empty() && IsHeld(disk.path)) return Fail(errno);
   const char* const arguments[] = {file_system.program, file_system.option, disk.path.c_str(), nullptr};
   const int status = RunProgram(arguments, kTimeoutSeconds);
   if (status < 0) return Fail(errno);

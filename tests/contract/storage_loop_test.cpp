@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr int kExt3 = 2, kExt4 = 3;
+constexpr int kFat = 1, kExt3 = 2, kExt4 = 3;
 constexpr int kSkipped = 77;
 constexpr char kVolume[] = "/volumeUSB7";
 
@@ -130,6 +130,18 @@ TEST_F(StorageLoop, AVolumeInUseIsNotFormatted) {
   EXPECT_NE(0, KLIBErrGet());
   EXPECT_EQ(0, access("/volumeUSB7/open", F_OK));
   close(file);
+}
+
+TEST_F(StorageLoop, ADiskThatSomethingHoldsIsNotFormatted) {
+  ASSERT_EQ(0, Format(kExt4));
+  const int held = open(disk_->path().c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);  // as an array holds its disks
+  ASSERT_LE(0, held);
+  for (const int fs : {kFat, kExt3, kExt4}) {
+    EXPECT_NE(0, Format(fs)) << fs;
+    EXPECT_NE(0, KLIBErrGet()) << fs;
+  }
+  close(held);
+  EXPECT_EQ("ext4", FileSystemOf(disk_->path()));
 }
 
 TEST_F(StorageLoop, ADiskMountedElsewhereIsNotFormatted) {

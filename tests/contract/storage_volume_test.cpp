@@ -64,6 +64,13 @@ TEST(StorageVolume, APathTellsItsVolume) {
   }
 }
 
+TEST(StorageVolume, WhatIsToldOfOneIsNoList) {
+  KESTMOUNTVOL info;
+  ASSERT_EQ(0, KESTMountVolInfoGet("/volume1/a", &info));
+  EXPECT_EQ(1, info.number);
+  EXPECT_EQ(nullptr, info.next) << "although another internal volume follows";
+}
+
 TEST(StorageVolume, AReadOnlyVolumeSaysSo) {
   KESTMOUNTVOL info;
   ASSERT_EQ(0, KESTMountVolInfoGet("/volumeUSB2/doc", &info));
