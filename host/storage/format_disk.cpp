@@ -43,6 +43,8 @@ struct Uses {
   const std::vector<BlockDevice>& stack;
   _tag_vol_location_ location;
   std::vector<std::string> volumes;
+  std::string source;  // of the first one: its device and its file system
+  std::string type;
   bool elsewhere;
   bool out_of_memory;
 };
@@ -53,6 +55,10 @@ void Visit(const KestMount* mount, void* data) {
   try {
     if (!Holds(uses->stack, *mount)) return;
     if (ParseMountPath(mount->path, &id) && id.location == uses->location) {
+      if (uses->volumes.empty()) {
+        uses->source = mount->source;
+        uses->type = mount->type;
+      }
       uses->volumes.emplace_back(mount->path);
     } else {
       uses->elsewhere = true;
@@ -74,6 +80,12 @@ int Unmount(const std::vector<std::string>& paths) {
     if (umount2(path->c_str(), UMOUNT_NOFOLLOW) != 0) return Fail(errno);
   }
   return 0;
+}
+
+// Whether it is mounted is no part of the result: a volume's information says it.
+void Mount(const Uses& uses, const std::string& device, const std::string& type) {
+  if (uses.volumes.empty()) return;
+  mount(device.c_str(), uses.volumes.front().c_str(), type.c_str(), MS_NOSUID | MS_NODEV, nullptr);
 }
 
 // The device, locked against a second formatting until it is closed.
@@ -102,13 +114,15 @@ int FormatExternalDisk(const ExternalDiskFiles& files, const char* device, _tag_
   if (FindExternalDisk(files, device, location, &disk) != 0) return -1;
   std::vector<BlockDevice> stack;
   if (!disk.name.empty() && !StackOn(files.block_devices, disk.name, &stack)) return Fail(errno);
-  Uses uses = {stack, location, {}, false, false};
+  Uses uses = {stack, location, {}, "", "", false, false};
   FileDescriptor locked;
   if (FindUses(files, &uses) != 0 || OpenDevice(disk, &locked) != 0 || Unmount(uses.volumes) != 0) return -1;
   const int result = MakeFileSystem(*file_system, disk);
-  // Formatted it is, mounted or not: what a volume's information then says.
-  if (result == 0 && !uses.volumes.empty()) {
-    mount(disk.path.c_str(), uses.volumes.front().c_str(), file_system->type, MS_NOSUID | MS_NODEV, nullptr);
+  // A partition that was mounted is gone with the old contents; what a failure left as it was is used on.
+  if (result == 0) {
+    Mount(uses, disk.path, file_system->type);
+  } else {
+    Mount(uses, uses.source, uses.type);
   }
   return result;
 }

@@ -7,9 +7,9 @@ namespace kest {
 
 // Makes a file system on the whole of an external disk, with the machine's own programs.
 //
-// What is mounted from it as a volume of its location is unmounted before and mounted again afterwards, with the new
-// file system. Anything else mounted from it, or holding it, forbids the formatting, and so does another formatting
-// that is under way.
+// What is mounted from it as a volume of its location is unmounted before and mounted again afterwards: with the new
+// file system, or with the old one when the program failed. Anything else mounted from it, or holding it, forbids the
+// formatting, and so does another formatting that is under way.
 //
 // @param fs  1 FAT, 2 EXT3, 3 EXT4
 // @return 0 when formatted; negative otherwise (the reason is recorded)

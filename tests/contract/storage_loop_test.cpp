@@ -122,6 +122,17 @@ TEST_F(StorageLoop, AMountedVolumeIsFormattedAndMountedAgain) {
   EXPECT_NE(0, access("/volumeUSB7/before", F_OK));
 }
 
+TEST_F(StorageLoop, AVolumeWhoseFormattingFailsIsMountedAgainAsItWas) {
+  ASSERT_EQ(0, Format(kExt4));
+  ASSERT_TRUE(Mount("ext4"));
+  std::ofstream(std::string(kVolume) + "/before") << "x";
+  ASSERT_EQ(0, mount("/usr/bin/false", "/usr/sbin/mkfs.ext3", nullptr, MS_BIND, nullptr));
+  EXPECT_NE(0, Format(kExt3));
+  EXPECT_NE(0, KLIBErrGet());
+  EXPECT_EQ(0, umount("/usr/sbin/mkfs.ext3"));
+  EXPECT_EQ(0, access("/volumeUSB7/before", F_OK));
+}
+
 TEST_F(StorageLoop, AVolumeInUseIsNotFormatted) {
   ASSERT_EQ(0, Format(kExt4));
   ASSERT_TRUE(Mount("ext4"));
