@@ -74,6 +74,7 @@ TEST_F(VHostLinesTest, PortsThatAreServedAnywayAreNotWritten) {
   EXPECT_EQ(0, AppendPort(file_.get(), ports_, 80));
   SetHttpPort(5000);
   EXPECT_EQ(0, AppendPort(file_.get(), ports_, 5000));
+  EXPECT_EQ(0, AppendPort(file_.get(), ports_, 0));
   EXPECT_EQ(0, AppendPort(file_.get(), ports_, 80));
   EXPECT_EQ("", file_.text());
   EXPECT_EQ(0, ports_[0]);
