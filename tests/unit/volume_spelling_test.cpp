@@ -331,7 +331,7 @@ TEST_F(SpaceIdTest, APathThatIsNoVolumesHasNoneSilently) {
 }
 
 TEST_F(SpaceIdTest, VolumesElsewhereHaveNone) {
-  for (const int location : {4, 8, 0, 3, -1}) {
+  for (const int location : {4, 8, 0, 3, 0x7fffffff}) {
     Parses("/volumeUSB1", 1, {1, static_cast<_tag_vol_location_>(location)});
     EXPECT_EQ("", Volume::ToUISpaceID(KEST_SPACE_VOLUME, "/volumeUSB1"));
     ExpectLogged("volume:# unsupported volume location: '" + std::to_string(location) + "'");
@@ -353,7 +353,7 @@ TEST_F(SpaceIdTest, NoPathCountsAsAnEmptyOne) {
 }
 
 TEST_F(SpaceIdTest, OtherSpacesHaveNone) {
-  for (const int type : {0, 3, -1}) {
+  for (const int type : {0, 3, 0x7fffffff}) {
     EXPECT_EQ("", Volume::ToUISpaceID(static_cast<_space_type_>(type), "/volume1"));
     ExpectLogged("volume:# unsupported space type: '" + std::to_string(type) + "'");
   }
@@ -494,7 +494,7 @@ TEST_F(VolumeLabelTest, AVolumeOfAnExpansionUnitNamesIt) {
 }
 
 TEST_F(VolumeLabelTest, VolumesElsewhereLeaveTheBufferAsItWas) {
-  for (const int location : {4, 8, 0, 3, -1}) {
+  for (const int location : {4, 8, 0, 3, 0x7fffffff}) {
     Buffer<64> label("as before");
     EXPECT_EQ(1, Volume::ToUIVolumeStr(3, static_cast<_tag_vol_location_>(location), label.get(), label.size()));
     EXPECT_EQ("as before", label.text());
