@@ -5,7 +5,7 @@ import { createRequire } from "node:module";
 import { test } from "node:test";
 import { agents } from "../program/agents.mjs";
 import { withSite } from "./harness.mjs";
-import { openForm } from "./person.mjs";
+import { draftKept, openForm } from "./person.mjs";
 
 const kRules = ["wcag2a", "wcag2aa", "wcag21aa", "wcag22aa", "best-practice"];
 const axe = await readFile(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
@@ -53,6 +53,7 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await page.goto(`${url}/general.html`);
   await openForm(page);
   await page.fill("#admin_port_http", "x");
+  await draftKept(page);
   await page.reload();
   await page.waitForSelector("#draft:not([hidden])");
   await page.fill("#admin_port_http", "x");

@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { withSite } from "./harness.mjs";
-import { errorBeside, focused, openForm, saved, settingsOf } from "./person.mjs";
+import { draftKept, errorBeside, focused, openForm, saved, settingsOf } from "./person.mjs";
 
 const kWrong = "This value is not accepted.";
 
@@ -84,11 +84,10 @@ test("All bad fields are marked at once, and mended one by one", () =>
 test("What was typed and not saved is offered again, and taken or left", () =>
   withSite("general-draft", async (site) => {
     const { page, shot } = site;
-    const kept = () => page.waitForFunction(() => /draft/.test(document.getElementById("status").textContent));
     await openGeneral(site);
     assert.equal(await page.isVisible("#draft"), false);
     await page.fill("#description", "half a sen");
-    await kept();
+    await draftKept(page);
     await shot("kept");
 
     await page.reload();

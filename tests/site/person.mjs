@@ -35,6 +35,9 @@ export async function typeInto(page, id, value) {
 /// Waits until the settings are in the form.
 export const openForm = (page) => page.waitForFunction(() => document.getElementById("admin_port_http")?.value);
 
+/// Waits until the page says that the appliance keeps what was typed.
+export const draftKept = (page) => page.waitForFunction(() => /draft/.test(document.getElementById("status").textContent));
+
 export const saved = (page) => page.waitForSelector("#notice.success");
 
 /// The message beside a field, or null. A field with a message is marked as invalid and described by it.
