@@ -82,7 +82,7 @@ test("A folder of everything odd, in German, of many pages", () =>
       await openFiles(site, '/volume1/public/Gr\u00fc\u00dfe "&amp; 100%');
       await page.click("#items tr:nth-child(2) a");
       await shows(page, "empty");
-      assert.equal(await page.textContent("#status"), "Dieser Ordner ist leer.");
+      await page.waitForFunction(() => document.getElementById("status").textContent === "Dieser Ordner ist leer.");
       await page.click('.languages button[lang="en"]');
       await page.waitForFunction(() => document.getElementById("status").textContent === "This folder is empty.");
     },
