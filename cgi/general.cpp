@@ -6,18 +6,16 @@
 //
 // Each field is the setting of the same name.
 #include <sys/stat.h>
-#include <tarvel/form_handler.h>
 #include <tarvel/kest_conf.h>
-#include <tarvel/string_bundle.h>
 
-#include <clocale>
 #include <cstdlib>
 #include <string>
 
 #include "languages.h"
+#include "name_text.h"
 // The library reads settings and has no call that writes one: the platform's key/value call does.
 #include "platform/klib.h"
-#include "reply.h"
+#include "settings_form.h"
 
 namespace {
 
@@ -44,21 +42,6 @@ void Declare(FormValidator& form) {
   form.AddIntegerList("log_level", log_levels, 4);
 }
 
-std::string Message(const char* key) {
-  char section[] = "error";
-  return StringBundle(section, nullptr, nullptr, nullptr, nullptr, nullptr).Text(key, "");
-}
-
-// UTF-8 without control characters: a settings file keeps one value per line.
-bool IsPlainText(const std::string& text) {
-  setlocale(LC_CTYPE, "C.UTF-8");
-  if (mbstowcs(nullptr, text.c_str(), 0) == static_cast<size_t>(-1)) return false;
-  for (const char c : text) {
-    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') return false;
-  }
-  return true;
-}
-
 // Without "." in its alphabet a name cannot leave the folder of the zones.
 bool IsTimeZone(const std::string& name) {
   static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_+-/";
@@ -79,62 +62,36 @@ bool Store(const char* field, const std::string& value) {
   return KLIBFileSetKeyValue(kSettingsFile, field, value.c_str(), kSettingsLine) >= 0;
 }
 
-class GeneralForm : public ServerFormHandler {
+class GeneralForm : public site::SettingsForm {
  public:
-  int Run() {
-    request.AddHeader("Cache-Control", "no-store");
-    Process();
-    if (!answered_) ReportFailMessage("error", "error_unknown_action", 0);
-    return 0;
-  }
+  int Load() override { return Show(); }
 
-  int Authenticate() override {
-    const int allowed = ServerFormHandler::Authenticate();
-    answered_ = allowed == 0;
-    return allowed;
-  }
-
-  int Load() override { return Succeed(); }
-
-  int Apply() override {
-    if (!site::IsOwnPost()) {
-      site::AddChangeRefusal(request);
-      return Fail("error_not_posted");
-    }
+ protected:
+  int Save() override {
     FormValidator form;
     Declare(form);
     if (!form.Validate(*this) || !CheckFurther()) return Fail(nullptr);
-    const char* failure = Save();
-    return failure == nullptr ? Succeed() : Fail(failure);
+    const char* failure = StoreAll();
+    return failure == nullptr ? Show() : Fail(failure);
   }
 
  private:
-  int Succeed() {
+  int Show() {
     KestConf settings;
     Json::Value data;
     for (const char* field : kFields) data[field] = Stored(settings, field);
-    answered_ = true;
-    ReportSuccess(data);
-    return 1;
-  }
-
-  // With a key: a failure of the whole form. Without: what was recorded beside the fields.
-  int Fail(const char* key) {
-    if (key != nullptr) SetFormErrInfo("error", key, 0);
-    answered_ = true;
-    ReportError();
-    return 0;
+    return Succeed(data);
   }
 
   // What no rule of its own can say. Asked only when each field is right by itself.
   bool CheckFurther() {
     bool fine = true;
     const auto refuse = [&](const char* field, const char* key) {
-      SetFieldInvalid(field, Message(key).c_str());
+      Refuse(field, key);
       fine = false;
     };
     for (const char* field : kFields) {
-      if (!IsPlainText(request.In(field, ""))) refuse(field, "error_field_characters");
+      if (!site::IsPlainText(request.In(field, ""))) refuse(field, "error_field_characters");
     }
     if (!IsTimeZone(request.In("timezone", ""))) refuse("timezone", "error_unknown_timezone");
     if (atoi(request.In("admin_port_http", "")) == atoi(request.In("admin_port_https", ""))) {
@@ -144,7 +101,7 @@ class GeneralForm : public ServerFormHandler {
   }
 
   // The platform sets one key at a time. When one cannot be written, those before it get their old values back.
-  const char* Save() {
+  const char* StoreAll() {
     KestConf before;
     for (const char* const& field : kFields) {
       const std::string value = request.In(field, "");
@@ -162,8 +119,6 @@ class GeneralForm : public ServerFormHandler {
     }
     return all;
   }
-
-  bool answered_ = false;
 };
 
 }  // namespace

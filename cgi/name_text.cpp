@@ -11,6 +11,13 @@ bool IsUtf8(const std::string& text) {
   return mbstowcs(nullptr, text.c_str(), 0) != static_cast<size_t>(-1);
 }
 
+bool IsPlainText(const std::string& text) {
+  for (const char c : text) {
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') return false;
+  }
+  return IsUtf8(text);
+}
+
 std::string AsUtf8(const std::string& text) {
   if (IsUtf8(text)) return text;
   std::string whole;

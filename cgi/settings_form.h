@@ -1,0 +1,65 @@
+// What the settings forms of the site have in common: every request is answered, and only a page of this site saves.
+#ifndef CGI_SETTINGS_FORM_H
+#define CGI_SETTINGS_FORM_H
+
+#include <tarvel/form_handler.h>
+#include <tarvel/string_bundle.h>
+
+#include "reply.h"
+
+namespace site {
+
+class SettingsForm : public ServerFormHandler {
+ public:
+  /// Serves the request; the return value is the program's exit status.
+  int Run() {
+    request.AddHeader("Cache-Control", "no-store");
+    Process();
+    if (!answered_) ReportFailMessage("error", "error_unknown_action", 0);
+    return 0;
+  }
+
+  int Authenticate() override {
+    const int allowed = ServerFormHandler::Authenticate();
+    answered_ = allowed == 0;
+    return allowed;
+  }
+
+  int Apply() override {
+    if (IsOwnPost()) return Save();
+    AddChangeRefusal(request);
+    return Fail("error_not_posted");
+  }
+
+ protected:
+  /// Answers action=apply with Succeed() or Fail().
+  virtual int Save() = 0;
+
+  int Succeed(const Json::Value& data) {
+    answered_ = true;
+    ReportSuccess(data);
+    return 1;
+  }
+
+  /// With a key of the section "error": a failure of the whole form. Without: what was recorded beside the fields.
+  int Fail(const char* key) {
+    if (key != nullptr) SetFormErrInfo("error", key, 0);
+    answered_ = true;
+    ReportError();
+    return 0;
+  }
+
+  /// Records the words of a key of the section "error" beside a field.
+  void Refuse(const char* field, const char* key) {
+    char section[] = "error";
+    StringBundle texts(section, nullptr, nullptr, nullptr, nullptr, nullptr);
+    SetFieldInvalid(field, texts.Text(key, ""));
+  }
+
+ private:
+  bool answered_ = false;
+};
+
+}  // namespace site
+
+#endif  // CGI_SETTINGS_FORM_H
