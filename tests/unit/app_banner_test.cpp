@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "support/environment.h"
+#include "support/mock_kestcgi.h"
+#include "support/mock_kestdir.h"
 #include "tarvel_fixture.h"
 
 namespace tarvel_test {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "form_handler.h"
+#include "support/mock_klib.h"
 #include "support/platform_test.h"
 
 namespace tarvel_test {

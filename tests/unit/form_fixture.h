@@ -6,6 +6,7 @@
 #include <string>
 
 #include "form_handler.h"
+#include "support/mock_kestcgi.h"
 #include "support/platform_test.h"
 
 namespace tarvel_test {

@@ -6,6 +6,7 @@
 
 #include "form_fixture.h"
 #include "support/allocations.h"
+#include "support/mock_klib.h"
 
 namespace tarvel_test {
 namespace {

@@ -13,6 +13,7 @@
 
 #include "http_file_outputer.h"
 #include "support/environment.h"
+#include "support/mock_klib.h"
 #include "support/platform_test.h"
 #include "support/text_list.h"
 

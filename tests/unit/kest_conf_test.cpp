@@ -1,5 +1,6 @@
 #include "kest_conf.h"
 
+#include "support/mock_kestcgi.h"
 #include "support/platform_test.h"
 
 namespace tarvel_test {

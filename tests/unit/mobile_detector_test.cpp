@@ -9,6 +9,8 @@
 #include <string>
 
 #include "support/environment.h"
+#include "support/mock_kestcgi.h"
+#include "support/mock_klib.h"
 #include "support/platform_test.h"
 
 namespace tarvel_test {

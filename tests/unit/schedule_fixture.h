@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "schedule.h"
+#include "support/mock_kestcgi.h"
 #include "support/platform_test.h"
 
 namespace tarvel_test {

@@ -4,6 +4,8 @@
 #include <climits>
 
 #include "schedule_fixture.h"
+#include "support/mock_kestsched.h"
+#include "support/mock_klib.h"
 
 namespace tarvel_test {
 namespace {

@@ -6,6 +6,8 @@
 #include <cstring>
 
 #include "schedule_fixture.h"
+#include "support/mock_kestsched.h"
+#include "support/mock_klib.h"
 
 namespace tarvel_test {
 namespace {

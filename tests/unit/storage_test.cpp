@@ -5,6 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "support/mock_kestdir.h"
+#include "support/mock_kestsched.h"
+#include "support/mock_keststorage.h"
+#include "support/mock_klib.h"
 #include "support/platform_test.h"
 
 namespace tarvel_test {

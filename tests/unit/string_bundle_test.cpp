@@ -1,5 +1,6 @@
 #include "string_bundle.h"
 
+#include "support/mock_kestcgi.h"
 #include "support/platform_test.h"
 
 namespace tarvel_test {

@@ -12,6 +12,8 @@
 #include <memory>
 #include <new>
 
+#include "support/mock_kestcgi.h"
+#include "support/mock_keststorage.h"
 #include "support/platform_test.h"
 #include "tarvel.h"
 

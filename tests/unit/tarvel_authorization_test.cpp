@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string>
 
+#include "support/mock_kestcgi.h"
+#include "support/mock_kestdir.h"
 #include "tarvel.h"
 #include "tarvel_fixture.h"
 

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "support/mock_kestcgi.h"
 #include "tarvel.h"
 #include "tarvel_fixture.h"
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/allocations.h"
+#include "support/mock_kestcgi.h"
 #include "tarvel_fixture.h"
 
 namespace tarvel_test {

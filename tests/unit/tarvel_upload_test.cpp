@@ -3,6 +3,8 @@
 #include <cstring>
 #include <string>
 
+#include "support/mock_kestcgi.h"
+#include "support/mock_keststorage.h"
 #include "tarvel.h"
 #include "tarvel_fixture.h"
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "support/mock_klib.h"
 #include "support/platform_test.h"
 #include "support/text_list.h"
 #include "vhost.h"

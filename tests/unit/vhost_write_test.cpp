@@ -12,6 +12,7 @@
 #include <random>
 
 #include "internal/vhost_writer.h"
+#include "support/mock_kestcgi.h"
 #include "vhost_fixture.h"
 
 namespace tarvel_test {

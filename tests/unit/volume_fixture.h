@@ -9,6 +9,8 @@
 #include <string>
 #include <utility>
 
+#include "support/mock_kestcgi.h"
+#include "support/mock_keststorage.h"
 #include "support/platform_test.h"
 #include "volume.h"
 

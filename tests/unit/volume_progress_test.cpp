@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "support/mock_keststorage.h"
+#include "support/mock_klib.h"
 #include "tarvel_fixture.h"
 #include "volume.h"
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "support/mock_klib.h"
 #include "volume_fixture.h"
 
 namespace tarvel_test {

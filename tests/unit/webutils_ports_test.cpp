@@ -5,6 +5,8 @@
 #include <map>
 #include <string>
 
+#include "support/mock_kestcgi.h"
+#include "support/mock_klib.h"
 #include "support/platform_test.h"
 #include "webutils.h"
 

@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "support/environment.h"
+#include "support/mock_kestcgi.h"
 #include "support/mock_kestnet.h"
+#include "support/mock_klib.h"
 #include "support/platform_test.h"
 #include "webutils.h"
 

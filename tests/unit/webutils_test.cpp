@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/mock_kestcgi.h"
 #include "support/platform_test.h"
 
 namespace tarvel_test {

@@ -14,6 +14,11 @@
 #include <utility>
 
 #include "support/allocations.h"
+#include "support/mock_kestcgi.h"
+#include "support/mock_kestdir.h"
+#include "support/mock_kestsched.h"
+#include "support/mock_keststorage.h"
+#include "support/mock_klib.h"
 
 namespace tarvel_test {
 
@@ -32,12 +37,26 @@ ScratchDirectory::~ScratchDirectory() {
   std::filesystem::remove_all(path_, ignored);
 }
 
-PlatformTest::PlatformTest() : machine_(scratch_.path()) {
+struct PlatformTest::Mocks {
+  ::testing::StrictMock<MockKestCgi> cgi;
+  ::testing::StrictMock<MockKestDir> dir;
+  ::testing::StrictMock<MockKestSched> sched;
+  ::testing::StrictMock<MockKestStorage> storage;
+  ::testing::StrictMock<MockKlib> klib;
+};
+
+MockKestCgi& PlatformTest::cgi() { return mocks_->cgi; }
+MockKestDir& PlatformTest::dir() { return mocks_->dir; }
+MockKestSched& PlatformTest::sched() { return mocks_->sched; }
+MockKestStorage& PlatformTest::storage() { return mocks_->storage; }
+MockKlib& PlatformTest::klib() { return mocks_->klib; }
+
+PlatformTest::PlatformTest() : machine_(scratch_.path()), mocks_(std::make_unique<Mocks>()) {
   // The ledger watches over these; only tests of the order name them.
-  EXPECT_CALL(cgi_, KestCgiFree(_)).Times(AnyNumber());
-  EXPECT_CALL(dir_, KESTShareFree(_)).Times(AnyNumber());
-  EXPECT_CALL(storage_, KESTMountVolInfoFree(_)).Times(AnyNumber());
-  EXPECT_CALL(storage_, RAIDSystemFree(_)).Times(AnyNumber());
+  EXPECT_CALL(cgi(), KestCgiFree(_)).Times(AnyNumber());
+  EXPECT_CALL(dir(), KESTShareFree(_)).Times(AnyNumber());
+  EXPECT_CALL(storage(), KESTMountVolInfoFree(_)).Times(AnyNumber());
+  EXPECT_CALL(storage(), RAIDSystemFree(_)).Times(AnyNumber());
 }
 
 PlatformTest::~PlatformTest() {
@@ -95,13 +114,13 @@ std::string PlatformTest::FileContent(const std::string& path) {
 bool PlatformTest::FileExists(const std::string& path) { return std::filesystem::exists(machine_.RealPath(path)); }
 
 void PlatformTest::ExpectRequest() {
-  EXPECT_CALL(cgi_, KestCgiInit(StrEq(""), _));
-  EXPECT_CALL(cgi_, KestCgiLoadInCookies(_));
+  EXPECT_CALL(cgi(), KestCgiInit(StrEq(""), _));
+  EXPECT_CALL(cgi(), KestCgiLoadInCookies(_));
 }
 
 void PlatformTest::HasForm(std::map<std::string, std::string> form) {
   form_ = std::move(form);
-  EXPECT_CALL(cgi_, KestCgiGetCGIParam(_, _, _))
+  EXPECT_CALL(cgi(), KestCgiGetCGIParam(_, _, _))
       .Times(AnyNumber())
       .WillRepeatedly([this](KESTCGI*, const char* name, const char* def) {
         const auto field = form_.find(name);
