@@ -21,9 +21,10 @@ include(GoogleTest)
 
 # tarvel_test(NAME [MAIN] LABEL label SOURCES file... LIBRARIES target... [WRAPPER command...] [PROPERTIES name value...])
 #
-# Builds the test program NAME and hands each of its cases to ctest as "<preset>/<Suite>.<Case>" with the label LABEL.
-# MAIN: the sources bring their own main(). WRAPPER: the cases run as "command... NAME", for example in the appliance
-# tree. Nothing is inherited: what is tested comes with LIBRARIES.
+# Builds the test program NAME and hands its suites to ctest as "<preset>/<Suite>", each a process of its own, with the
+# label LABEL. MAIN: the sources bring their own main(). WRAPPER: every single case runs as "command... NAME", for
+# example in the appliance tree on a state of its own, and is "<preset>/<Suite>.<Case>" for ctest. Nothing is inherited:
+# what is tested comes with LIBRARIES.
 function(tarvel_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "MAIN" "LABEL" "SOURCES;LIBRARIES;WRAPPER;PROPERTIES")
   add_executable(${name} ${arg_SOURCES})
@@ -32,13 +33,29 @@ function(tarvel_test name)
   if(NOT arg_MAIN)
     target_link_libraries(${name} PRIVATE GTest::gmock_main)
   endif()
-  if(arg_WRAPPER)
-    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${arg_WRAPPER};${CMAKE_CROSSCOMPILING_EMULATOR}")
-  endif()
   # The report needs the counts of every unit test.
   if(TARVEL_COVERAGE AND arg_LABEL STREQUAL "unit")
     list(APPEND arg_PROPERTIES FIXTURES_SETUP counts)
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${TARVEL_PRESET}/" DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS ${arg_LABEL} TIMEOUT 120 ${arg_PROPERTIES})
+  if(arg_WRAPPER)
+    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${arg_WRAPPER};${CMAKE_CROSSCOMPILING_EMULATOR}")
+    gtest_discover_tests(${name} TEST_PREFIX "${TARVEL_PRESET}/" DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+      PROPERTIES LABELS ${arg_LABEL} TIMEOUT 120 ${arg_PROPERTIES})
+  else()
+    tarvel_discover_suites(${name} LABELS ${arg_LABEL} TIMEOUT 300 ${arg_PROPERTIES})
+  endif()
+endfunction()
+
+# Lets ctest ask the program for its suites when it starts. A process for each single case, as gtest_discover_tests()
+# has it, would cost more than the cases themselves: under sanitizers and qemu a start takes tenths of a second.
+function(tarvel_discover_suites name)
+  set(script "${CMAKE_CURRENT_BINARY_DIR}/${name}_suites.cmake")
+  file(GENERATE OUTPUT "${script}" CONTENT "\
+set(preset [==[${TARVEL_PRESET}]==])
+set(program [==[$<TARGET_FILE:${name}>]==])
+set(emulator [==[${CMAKE_CROSSCOMPILING_EMULATOR}]==])
+set(properties [==[${ARGN}]==])
+include([==[${PROJECT_SOURCE_DIR}/cmake/test_suites.cmake]==])
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES "${script}")
 endfunction()
