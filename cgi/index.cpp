@@ -43,6 +43,7 @@ constexpr Entry kNavigation[] = {
     {"files", "/files.html", "frame:nav_files", false},
     {"upload", "/upload.html", "frame:nav_upload", false},
     {"charts", "/charts.html", "frame:nav_charts", false},
+    {"volumes", "/volumes.html", "frame:nav_volumes", true},
 };
 
 // Words of the templates, by the placeholder that is their key, too.

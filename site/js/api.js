@@ -14,7 +14,7 @@ const refusals = {
 };
 
 async function send(target, options) {
-  const response = await fetch(`/cgi/${target}`, { ...options, cache: 'no-store' });
+  const response = await fetch(`/cgi/${target}`, { cache: 'no-store', ...options });
   return { headers: response.headers, ...JSON.parse(await response.text()) };
 }
 
@@ -34,8 +34,11 @@ async function call(target, options = {}) {
 const body = (fields) => ({ method: 'POST', body: fields });
 
 // fields: an object, or a query string that is encoded already: names of files may be no text.
-export const get = (program, fields = {}) =>
-  call(`${program}.cgi?${typeof fields === 'string' ? fields : new URLSearchParams(fields)}`);
+export const get = (program, fields = {}, options = {}) =>
+  call(`${program}.cgi?${typeof fields === 'string' ? fields : new URLSearchParams(fields)}`, options);
+
+// What the browser has already is not sent once more: the program is asked whether it still holds.
+export const getKept = (program, fields) => get(program, fields, { cache: 'no-cache' });
 export const post = (program, fields = {}) => call(`${program}.cgi`, body(new URLSearchParams(fields)));
 export const postUpload = (program, formData) => call(`${program}.cgi`, body(formData));
 

@@ -2,7 +2,7 @@
 import { get } from './api.js';
 import { ChartView } from './chart_view.js';
 import { enterPage } from './shell.js';
-import { currentLanguage } from './texts.js';
+import { whenLanguageChanges } from './texts.js';
 
 const me = await enterPage();
 
@@ -23,11 +23,5 @@ async function showAll() {
   }
 }
 
-// A description's words are in the language of its request. The attribute is set by every translation, changed or not.
-let shownLanguage = currentLanguage();
-new MutationObserver(() => {
-  if (shownLanguage === currentLanguage()) return;
-  shownLanguage = currentLanguage();
-  showAll();
-}).observe(document.documentElement, { attributeFilter: ['lang'] });
+whenLanguageChanges(showAll);
 await showAll();

@@ -1,9 +1,11 @@
 // The page of the files. The folder stands in the address behind "#", so that going back works: #LINK or #LINK&START.
 import { get } from './api.js';
+import { make } from './elements.js';
 import { canPreview, closePreview, openPreview } from './file_preview.js';
 import { hideNotice, showNotice } from './notice.js';
 import { enterPage } from './shell.js';
-import { currentLanguage, setText, setWords, translate } from './texts.js';
+import { sizeInWords } from './sizes.js';
+import { currentLanguage, setText, setWords, translate, whenLanguageChanges } from './texts.js';
 
 const kCount = 100;
 const kKinds = {
@@ -14,27 +16,13 @@ const kKinds = {
   file: 'files:kind_file',
   other: 'files:kind_other',
 };
-const kUnits = ['B', 'kB', 'MB', 'GB', 'TB', 'PB'];
 
 const at = (id) => document.getElementById(id);
 const table = document.querySelector('.files table');
 
-function make(tag, attributes = {}, ...children) {
-  const element = document.createElement(tag);
-  for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
-  element.append(...children);
-  return element;
-}
-
 // Links are percent-encoded paths; between folders stands "%2F".
 const downloadOf = (link) => `/cgi/download.cgi?path=${link}`;
 const archiveOf = (link) => `${downloadOf(link)}&archive=tar`;
-
-function sizeInWords(bytes) {
-  const step = bytes < 1000 ? 0 : Math.min(Math.floor(Math.log10(bytes) / 3), kUnits.length - 1);
-  const number = (bytes / 1000 ** step).toLocaleString(currentLanguage(), { maximumFractionDigits: step === 0 ? 0 : 1 });
-  return `${number} ${kUnits[step]}`;
-}
 
 const timeInWords = (seconds) =>
   new Date(seconds * 1000).toLocaleString(currentLanguage(), { dateStyle: 'medium', timeStyle: 'short' });
@@ -141,11 +129,6 @@ window.addEventListener('hashchange', async () => {
   await showFolder();
   at('folder').focus();
 });
-// Sizes and times are written as the language has them. The attribute is set by every translation, changed or not.
-let shownLanguage = currentLanguage();
-new MutationObserver(() => {
-  if (shownLanguage === currentLanguage()) return;
-  shownLanguage = currentLanguage();
-  showFolder();
-}).observe(document.documentElement, { attributeFilter: ['lang'] });
+// Sizes and times are written as the language has them.
+whenLanguageChanges(showFolder);
 await showFolder();

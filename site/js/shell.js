@@ -1,6 +1,7 @@
 // What surrounds every page: the way to the content, the name of the site, the pages, the languages and the way out.
 // The frame program sends it with the page; here it is brought to life. The login, which has no frame, gets its own.
 import { post } from './api.js';
+import { make } from './elements.js';
 import { bringPowerToLife, dressTrigger } from './power.js';
 import { forgetSession } from './session.js';
 import { currentLanguage, forgetTexts, translate } from './texts.js';
@@ -11,13 +12,6 @@ const languages = { en: 'English', de: 'Deutsch' };
 const kFragments = ['applications', 'appbanner'];
 
 const kLayout = 'forceDesktop';
-
-function make(tag, attributes = {}, ...children) {
-  const element = document.createElement(tag);
-  for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
-  element.append(...children);
-  return element;
-}
 
 function markLanguage(group) {
   for (const button of group.children) button.setAttribute('aria-pressed', button.lang === currentLanguage());

@@ -68,3 +68,14 @@ export function setWords(element, words) {
 export function forgetTexts() {
   known.clear();
 }
+
+// Calls `renew` whenever another language has been chosen: words that came with a reply are in the language of its request.
+export function whenLanguageChanges(renew) {
+  // The attribute is set by every translation, changed or not.
+  let shown = language;
+  new MutationObserver(() => {
+    if (shown === language) return;
+    shown = language;
+    renew();
+  }).observe(document.documentElement, { attributeFilter: ['lang'] });
+}

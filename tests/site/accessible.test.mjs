@@ -50,6 +50,9 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await page.goto(`${url}/charts.html`);
   for (const id of ["volumes", "requests"]) await page.click(`#${id} summary`);
   await assertAccessible(page, "charts, with their tables");
+  await page.goto(`${url}/volumes.html`);
+  await page.waitForSelector("#volumes .bar");
+  await assertAccessible(page, "volumes");
   await page.goto(`${url}/general.html`);
   await openForm(page);
   await page.fill("#admin_port_http", "x");

@@ -35,6 +35,14 @@ const scripts = filesIn("site/js", ".js");
 const programs = filesIn("cgi", ".cpp").concat(filesIn("cgi", ".h"));
 
 // Sections whose keys a program names alone.
+// Words that the library looks up for lists and labels of volumes.
+const kSectionOfLibrary = { colon: "common" };
+const namesInLibrary = () =>
+  ["src/volume.cpp", "src/volume_status.cpp"]
+    .flatMap((file) => [...read(file).matchAll(/Text\("(\w+)"|, "(volume_\w+)"}/g)])
+    .map(([, key, other]) => key ?? other)
+    .map((key) => `${kSectionOfLibrary[key] ?? "volume"}:${key}`);
+
 const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/download.cpp": "files", "cgi/file_refusal.h": "files", "cgi/login.cpp": "login" };
 
 // The programs name section and key apart: Refuse(request, "error", "error_x"), or a key of their own section or "error" alone.
@@ -71,7 +79,7 @@ test("The banner has its words in both languages", () => {
 });
 
 test("Every text that a page or a program names exists, and every text is named", () => {
-  const named = new Set([...namesInPages(), ...namesInPrograms()]);
+  const named = new Set([...namesInPages(), ...namesInPrograms(), ...namesInLibrary()]);
   assert.deepEqual([...named].filter((name) => !english.has(name)).sort(), []);
   assert.deepEqual([...english.keys()].filter((name) => !named.has(name)), []);
 });
