@@ -8,7 +8,7 @@
 
 #include "host/accounts/account_paths.h"
 #include "host/accounts/account_source.h"
-#include "host/accounts/database.h"
+#include "host/database/database.h"
 
 namespace kest {
 

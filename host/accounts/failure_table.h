@@ -9,7 +9,7 @@
 #include <string>
 
 #include "host/accounts/account_paths.h"
-#include "host/accounts/database.h"
+#include "host/database/database.h"
 
 namespace kest {
 

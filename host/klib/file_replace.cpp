@@ -13,7 +13,6 @@
 namespace kest {
 namespace {
 
-constexpr mode_t kNewFileMode = 0644;
 constexpr long kLockPollNanoseconds = 2 * 1000 * 1000;
 
 bool Fail(int error) {
@@ -71,22 +70,22 @@ bool FileReplace::Resolve(const char* path) {
   return true;
 }
 
-bool FileReplace::OpenOrCreate() {
+bool FileReplace::OpenOrCreate(mode_t new_file_mode) {
   // Opened for writing although only the sibling is written: a file that forbids writing is not to be replaced either.
   constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
   created_ = false;
   lock_.Reset(open(path_.c_str(), kFlags));
   if (lock_.IsOpen()) return true;
   if (errno != ENOENT) return false;
-  lock_.Reset(open(path_.c_str(), kFlags | O_CREAT | O_EXCL, kNewFileMode));
+  lock_.Reset(open(path_.c_str(), kFlags | O_CREAT | O_EXCL, new_file_mode));
   created_ = lock_.IsOpen();
   return lock_.IsOpen() || errno == EEXIST;  // somebody else created it meanwhile: the next round opens theirs
 }
 
 // One attempt. The lock counts only while its file still has the name: the writer before us has replaced it otherwise.
-bool FileReplace::TryLock(bool* busy) {
+bool FileReplace::TryLock(mode_t new_file_mode, bool* busy) {
   *busy = true;
-  if (!lock_.IsOpen() && !OpenOrCreate()) return false;
+  if (!lock_.IsOpen() && !OpenOrCreate(new_file_mode)) return false;
   if (!lock_.IsOpen()) return true;
   if (fstat(lock_.Get(), &status_) != 0) return false;
   if (!S_ISREG(status_.st_mode)) return Fail(EINVAL);
@@ -101,14 +100,14 @@ bool FileReplace::TryLock(bool* busy) {
   return true;
 }
 
-bool FileReplace::Open(const char* path) {
+bool FileReplace::Open(const char* path, mode_t new_file_mode) {
   if (!Resolve(path)) return false;
   struct timespec start;
   clock_gettime(CLOCK_MONOTONIC, &start);
   const struct timespec poll = {0, kLockPollNanoseconds};
   for (;;) {
     bool busy = false;
-    if (!TryLock(&busy)) return false;
+    if (!TryLock(new_file_mode, &busy)) return false;
     if (!busy) return true;
     struct timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);

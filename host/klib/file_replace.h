@@ -19,9 +19,10 @@ namespace kest {
 ///     return file.Commit(Edited(text));
 ///
 /// The new bytes go into a hidden sibling ".kestXXXXXX", reach the disk, and take the file's name. Mode, owner and
-/// group are kept as far as the process may set them; a file that is created gets mode 0644. Other names (hard links)
-/// of the old file keep the old bytes. A symbolic link is followed, and stays, when it belongs to root or to the
-/// caller; the link of anybody else is refused. A killed process can leave the sibling behind, never a damaged file.
+/// group are kept as far as the process may set them; a file that is created gets the mode that is asked for. Other
+/// names (hard links) of the old file keep the old bytes. A symbolic link is followed, and stays, when it belongs to
+/// root or to the caller; the link of anybody else is refused. A killed process can leave the sibling behind, never a
+/// damaged file.
 class FileReplace {
  public:
   FileReplace() = default;
@@ -33,7 +34,7 @@ class FileReplace {
   ///
   /// @return false with errno: that of open, EISDIR, EINVAL when it is no regular file, ELOOP for a foreign symbolic
   ///         link, ETIMEDOUT when other writers held it for kLockWaitSeconds
-  bool Open(const char* path);
+  bool Open(const char* path, mode_t new_file_mode = 0644);
 
   /// Where the bytes really are: the given path with its last symbolic link resolved.
   const char* Path() const { return path_.c_str(); }
@@ -47,8 +48,8 @@ class FileReplace {
 
  private:
   bool Resolve(const char* path);
-  bool OpenOrCreate();
-  bool TryLock(bool* busy);
+  bool OpenOrCreate(mode_t new_file_mode);
+  bool TryLock(mode_t new_file_mode, bool* busy);
   std::string Directory() const;
 
   std::string path_;

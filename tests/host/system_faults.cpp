@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 
 namespace {
@@ -25,6 +26,7 @@ bool Strikes(const char* call) {
   ++fault.seen;
   if (fault.nth != FailingCall::kEvery && fault.seen != fault.nth) return false;
   fault.struck = true;
+  if (fault.error == FailingCall::kKilled) raise(SIGKILL);
   errno = fault.error;
   return true;
 }
@@ -45,6 +47,7 @@ int __real_open(const char* path, int flags, ...);
 int __real_mkostemp(char* name, int flags);
 ssize_t __real_write(int fd, const void* bytes, size_t count);
 int __real_fsync(int fd);
+int __real_fdatasync(int fd);
 int __real_rename(const char* from, const char* to);
 int __real_fchmod(int fd, mode_t mode);
 int __real_fstat(int fd, struct stat* status);
@@ -67,6 +70,7 @@ ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
   return Strikes("write") ? -1 : __real_write(fd, bytes, count);
 }
 int __wrap_fsync(int fd) { return Strikes("fsync") ? -1 : __real_fsync(fd); }
+int __wrap_fdatasync(int fd) { return Strikes("fsync") ? -1 : __real_fdatasync(fd); }
 int __wrap_rename(const char* from, const char* to) { return Strikes("rename") ? -1 : __real_rename(from, to); }
 int __wrap_fchmod(int fd, mode_t mode) { return Strikes("fchmod") ? -1 : __real_fchmod(fd, mode); }
 int __wrap_fstat(int fd, struct stat* status) { return Strikes("fstat") ? -1 : __real_fstat(fd, status); }

@@ -10,6 +10,8 @@
 class FailingCall {
  public:
   static constexpr int kEvery = 0;
+  /// As the error: the process is killed at the call.
+  static constexpr int kKilled = -1;
 
   FailingCall(const char* call, int error, int nth = 1);
   ~FailingCall();

@@ -1,6 +1,6 @@
 // SQLite with the lifetimes in the types. A failure is logged where it happens; callers only pass it on.
-#ifndef KEST_HOST_ACCOUNTS_DATABASE_H_
-#define KEST_HOST_ACCOUNTS_DATABASE_H_
+#ifndef KEST_HOST_DATABASE_DATABASE_H_
+#define KEST_HOST_DATABASE_DATABASE_H_
 
 #include <sqlite3.h>
 #include <stdint.h>
@@ -36,6 +36,9 @@ class Database {
   // Logs what SQLite last complained about. Always false.
   bool Fail(const char* doing) const;
 
+  // SQLite's code of this process's last failure, for those who have to say what kind it was.
+  static int LastFailure();
+
  private:
   struct Closer {
     void operator()(sqlite3* handle) const { sqlite3_close(handle); }
@@ -43,6 +46,8 @@ class Database {
 
   Database(sqlite3* handle, const char* path) : handle_(handle), path_(path) {}
   static std::unique_ptr<Database> OpenWith(const char* path, int flags, const Schema& schema);
+  // Logs what is wrong with a file that SQLite itself has nothing against. Always false.
+  bool Refuse(const char* why) const;
   bool Prepare(const Schema& schema);
   bool UseLog();
   bool Migrate(const Schema& schema);
@@ -106,4 +111,4 @@ class Transaction {
 
 }  // namespace kest
 
-#endif  // KEST_HOST_ACCOUNTS_DATABASE_H_
+#endif  // KEST_HOST_DATABASE_DATABASE_H_

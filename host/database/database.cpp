@@ -1,4 +1,4 @@
-#include "host/accounts/database.h"
+#include "host/database/database.h"
 
 #include <stdio.h>
 #include <sys/stat.h>
@@ -10,6 +10,8 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 5000;
 constexpr int kPollMs = 10;
+
+int last_failure = SQLITE_OK;
 
 bool IsBusy(int result) { return (result & 0xff) == SQLITE_BUSY; }
 
@@ -42,9 +44,10 @@ std::unique_ptr<Database> Database::OpenWith(const char* path, int flags, const 
   }
   sqlite3_busy_timeout(handle, kBusyTimeoutMs);
   const bool may_fill = (flags & SQLITE_OPEN_CREATE) != 0;
-  if (!may_fill && database->Version() <= 0) {
-    syslog(LOG_ERR, "%s: no usable database", path);
-    return nullptr;
+  if (!may_fill) {
+    const int version = database->Version();
+    if (version == 0) database->Refuse("no usable database");
+    if (version <= 0) return nullptr;
   }
   return database->Prepare(schema) ? std::move(database) : nullptr;
 }
@@ -54,10 +57,7 @@ bool Database::Prepare(const Schema& schema) {
   const int version = Version();
   if (version == schema.count) return true;
   if (version < 0) return false;
-  if (version > schema.count) {
-    syslog(LOG_ERR, "%s: version %d is newer than this program", path_.c_str(), version);
-    return false;
-  }
+  if (version > schema.count) return Refuse("of a version that is newer than this program");
   return UseLog() && Migrate(schema);
 }
 
@@ -94,7 +94,16 @@ bool Database::Execute(const char* sql) {
   return sqlite3_exec(handle(), sql, nullptr, nullptr, nullptr) == SQLITE_OK || Fail(sql);
 }
 
+int Database::LastFailure() { return last_failure; }
+
+bool Database::Refuse(const char* why) const {
+  last_failure = SQLITE_NOTADB;
+  syslog(LOG_ERR, "%s: %s", path_.c_str(), why);
+  return false;
+}
+
 bool Database::Fail(const char* doing) const {
+  last_failure = sqlite3_errcode(handle());
   // sqlite3_errmsg() accepts the null handle of a failed allocation.
   syslog(LOG_ERR, "%s: %.60s: %s", path_.c_str(), doing, sqlite3_errmsg(handle()));
   return false;
