@@ -1,57 +1,19 @@
 // kestjob on this platform: what it prints, and what the cron daemon finds and runs.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 
 #include "platform/kestsched.h"
 #include "platform/klib.h"
-#include "system_file.h"
+#include "started_program.h"
 #include "system_log.h"
 
 namespace {
 
 constexpr char kTool[] = "/usr/kest/bin/kestjob";
 constexpr char kCrontab[] = "/var/spool/cron/crontabs/www-data";
-
-struct Ended {
-  int status;
-  std::string output;
-};
-
-// A program of the appliance with its output; built for another processor, behind the words that run such programs
-// here.
-Ended Started(std::vector<std::string> words) {
-  std::istringstream emulator(CONTRACT_EMULATOR);
-  std::vector<std::string> all;
-  for (std::string word; std::getline(emulator, word, '|');) all.push_back(word);
-  all.insert(all.end(), words.begin(), words.end());
-  std::vector<char*> argv;
-  for (std::string& word : all) argv.push_back(word.data());
-  argv.push_back(nullptr);
-  int output[2];
-  if (pipe(output) != 0) return {-1, ""};
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t pid = 0;
-  const int error = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  close(output[1]);
-  Ended ended = {-1, ""};
-  char piece[4096];
-  for (ssize_t got; (got = read(output[0], piece, sizeof(piece))) > 0;)
-    ended.output.append(piece, static_cast<size_t>(got));
-  close(output[0]);
-  int status = 0;
-  if (error == 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) ended.status = WEXITSTATUS(status);
-  return ended;
-}
 
 std::string Text(const std::string& path) {
   std::ostringstream text;
