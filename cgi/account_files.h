@@ -3,33 +3,13 @@
 #define CGI_ACCOUNT_FILES_H
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <string>
-#include <utility>
+
+#include "descriptor.h"
 
 namespace site {
-
-/// A file descriptor that is closed with its owner.
-class Descriptor {
- public:
-  explicit Descriptor(int fd = -1) : fd_(fd) {}
-  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-  }
-  ~Descriptor() {
-    if (fd_ >= 0) close(fd_);
-  }
-  int get() const { return fd_; }
-  bool IsOpen() const { return fd_ >= 0; }
-  int Release() { return std::exchange(fd_, -1); }
-
- private:
-  int fd_;
-};
 
 /// What a path names. The file itself is held, not its name: whatever happens to the path meanwhile, it stays this one.
 struct FoundFile {

@@ -44,6 +44,7 @@ constexpr Entry kNavigation[] = {
     {"upload", "/upload.html", "frame:nav_upload", false},
     {"charts", "/charts.html", "frame:nav_charts", false},
     {"volumes", "/volumes.html", "frame:nav_volumes", true},
+    {"disks", "/disks.html", "frame:nav_disks", true},
 };
 
 // Words of the templates, by the placeholder that is their key, too.

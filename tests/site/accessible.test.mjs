@@ -53,6 +53,12 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await page.goto(`${url}/volumes.html`);
   await page.waitForSelector("#volumes .bar");
   await assertAccessible(page, "volumes");
+  await page.goto(`${url}/disks.html`);
+  await page.waitForSelector("#disks [data-disk]");
+  await assertAccessible(page, "external disks");
+  await page.click('[data-disk="usb1"] button');
+  await page.waitForSelector("#question[open]");
+  await assertAccessible(page, "the question before formatting");
   await page.goto(`${url}/general.html`);
   await openForm(page);
   await page.fill("#admin_port_http", "x");

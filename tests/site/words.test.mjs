@@ -43,7 +43,7 @@ const namesInLibrary = () =>
     .map(([, key, other]) => key ?? other)
     .map((key) => `${kSectionOfLibrary[key] ?? "volume"}:${key}`);
 
-const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/download.cpp": "files", "cgi/file_refusal.h": "files", "cgi/login.cpp": "login" };
+const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/disks.cpp": "disks", "cgi/download.cpp": "files", "cgi/file_refusal.h": "files", "cgi/login.cpp": "login" };
 
 // The programs name section and key apart: Refuse(request, "error", "error_x"), or a key of their own section or "error" alone.
 function namesInPrograms() {
