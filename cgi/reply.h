@@ -2,6 +2,7 @@
 #ifndef CGI_REPLY_H
 #define CGI_REPLY_H
 
+#include <tarvel/string_bundle.h>
 #include <tarvel/tarvel.h>
 
 #include <cstdlib>
@@ -59,6 +60,15 @@ inline int Refuse(Tarvel& request, const char* section, const char* key) {
   reply["items"] = Json::Value(Json::arrayValue);
   reply["errno"]["section"] = section;
   reply["errno"]["key"] = key;
+  return Send(request, reply);
+}
+
+/// A message beside a field, in the shape of a settings form; the key is one of the section "error".
+inline int RefuseField(Tarvel& request, const char* field, const char* key) {
+  char section[] = "error";
+  Json::Value reply;
+  reply["success"] = false;
+  reply["errors"][field] = StringBundle(section, nullptr, nullptr, nullptr, nullptr, nullptr).Text(key, "");
   return Send(request, reply);
 }
 
