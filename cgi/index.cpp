@@ -45,6 +45,7 @@ constexpr Entry kNavigation[] = {
     {"charts", "/charts.html", "frame:nav_charts", false},
     {"volumes", "/volumes.html", "frame:nav_volumes", true},
     {"disks", "/disks.html", "frame:nav_disks", true},
+    {"backups", "/backups.html", "frame:nav_backups", true},
 };
 
 // Words of the templates, by the placeholder that is their key, too.

@@ -14,14 +14,24 @@ export const settingsFile = "/etc/kestinfo.conf";
 export const passwords = { admin: "a right password", anna: "another one" };
 
 /// program: the name of one of the site's, or a path. request: { method, query, form, json, body, type, cookie, env, exit }; one of form, json and body, or none;
-/// query is an object, or the query string itself; exit is the status that the program is to end with, usually 0.
+/// query is an object, or the query string itself; exit is the status that the program is to end with, usually 0; complaint
+/// what it is to write to standard error, usually nothing.
 /// Returns { status, headers, head, bytes, text, json }: head and bytes as they came, json undefined when the body is no JSON document.
 export function run(program, request = {}) {
+  const { path, env, body } = invocation(program, request);
+  const ended = withBody(body, (input) => spawnSync(path, { env, stdio: [input, "pipe", "pipe"], timeout: kTimeout_ms, maxBuffer: kLongestReply }));
+  assert.equal(ended.error, undefined, `${program}: ${ended.error}`);
+  assert.deepEqual([ended.status, ended.signal], [request.exit ?? 0, null], `${program} ended with an error: ${ended.stderr}`);
+  assert.match(ended.stderr.toString(), request.complaint ?? /^$/, `${program} wrote to standard error`);
+  return parse(ended.stdout);
+}
+
+/// What a web server starts for a request: the program's path and its environment.
+export function invocation(program, request = {}) {
   const body = bodyOf(request);
-  const method = request.method ?? (body === undefined ? "GET" : "POST");
   const env = {
     GATEWAY_INTERFACE: "CGI/1.1",
-    REQUEST_METHOD: method,
+    REQUEST_METHOD: request.method ?? (body === undefined ? "GET" : "POST"),
     SCRIPT_NAME: `/cgi/${basename(program, ".cgi")}.cgi`,
     SERVER_PROTOCOL: "HTTP/1.1",
     REMOTE_ADDR: kClient,
@@ -30,12 +40,7 @@ export function run(program, request = {}) {
     ...(request.cookie && { HTTP_COOKIE: request.cookie }),
     ...request.env,
   };
-  const path = program.includes("/") ? program : `/usr/kest/kestman/cgi/${program}.cgi`;
-  const ended = withBody(body ?? "", (input) => spawnSync(path, { env, stdio: [input, "pipe", "pipe"], timeout: kTimeout_ms, maxBuffer: kLongestReply }));
-  assert.equal(ended.error, undefined, `${program}: ${ended.error}`);
-  assert.deepEqual([ended.status, ended.signal], [request.exit ?? 0, null], `${program} ended with an error: ${ended.stderr}`);
-  assert.equal(ended.stderr.toString(), "", `${program} wrote to standard error`);
-  return parse(ended.stdout);
+  return { path: program.includes("/") ? program : `/usr/kest/kestman/cgi/${program}.cgi`, env, body: body ?? "" };
 }
 
 // From a file, because a program need not read a body that it refuses, and a pipe would break then.

@@ -34,15 +34,16 @@ const pages = ["site", "site/pages", "site/frame"].flatMap((folder) => filesIn(f
 const scripts = filesIn("site/js", ".js");
 const programs = filesIn("cgi", ".cpp").concat(filesIn("cgi", ".h"));
 
-// Sections whose keys a program names alone.
-// Words that the library looks up for lists and labels of volumes.
-const kSectionOfLibrary = { colon: "common" };
+// Words that the library looks up for lists and labels of volumes, and for the summary of a schedule.
+const kSectionOfLibrary = { "src/volume.cpp": "volume", "src/volume_status.cpp": "volume", "src/schedule.cpp": "schedule" };
 const namesInLibrary = () =>
-  ["src/volume.cpp", "src/volume_status.cpp"]
-    .flatMap((file) => [...read(file).matchAll(/Text\("(\w+)"|, "(volume_\w+)"}/g)])
-    .map(([, key, other]) => key ?? other)
-    .map((key) => `${kSectionOfLibrary[key] ?? "volume"}:${key}`);
+  Object.entries(kSectionOfLibrary).flatMap(([file, section]) =>
+    [...read(file).matchAll(/Text\("(\w+)"|, "(volume_\w+)"}|"(schedule_\w{3})",/g)]
+      .map(([, ...keys]) => keys.find(Boolean))
+      .map((key) => `${key === "colon" ? "common" : section}:${key}`),
+  );
 
+// Sections whose keys a program names alone.
 const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/disks.cpp": "disks", "cgi/download.cpp": "files", "cgi/file_refusal.h": "files", "cgi/login.cpp": "login" };
 
 // The programs name section and key apart: Refuse(request, "error", "error_x"), or a key of their own section or "error" alone.

@@ -1,0 +1,44 @@
+// The newest entries of the event log, as a table.
+import { get } from './api.js';
+import { make } from './elements.js';
+import { showNotice } from './notice.js';
+import { currentLanguage, translate } from './texts.js';
+
+const kCount = 20;
+const kNames = {
+  '0x12400010': 'backups:event_set',
+  '0x12400011': 'backups:event_removed',
+  '0x12400012': 'backups:event_started',
+  '0x12900032': 'backups:event_set',
+  '0x12900033': 'backups:event_removed',
+  '0x12900034': 'backups:event_started',
+};
+// Of a job that the appliance has set or removed the first text is the summary of its schedule.
+const kWithSummary = ['backups:event_set'];
+
+const at = (id) => document.getElementById(id);
+let shown = '';
+
+function rowOf({ time, event, texts }) {
+  const name = kNames[event];
+  const words = name ? { 'data-text': name } : { 'data-text': 'backups:event_other', 'data-value': event };
+  const moment = new Date(time).toLocaleString(currentLanguage(), { dateStyle: 'medium', timeStyle: 'medium' });
+  const [summary, task] = texts;
+  const cells = [make('td', {}, make('time', { datetime: time }, moment)), make('td', words), make('td', {}, task ?? '')];
+  return make('tr', { 'data-event': event }, ...cells, make('td', { class: 'detail' }, kWithSummary.includes(name) ? summary : ''));
+}
+
+export async function showEvents() {
+  const reply = await get('event_log', { count: kCount });
+  if (reply.errno) await showNotice('error', `${reply.errno.section}:${reply.errno.key}`);
+  if (!reply.success) return;
+  const { items } = reply.data;
+  // The table is left alone as long as nothing has changed: somebody may be reading or copying from it.
+  const now = JSON.stringify([currentLanguage(), items]);
+  if (now === shown) return;
+  shown = now;
+  at('events').replaceChildren(...items.map(rowOf));
+  at('events').closest('table').hidden = items.length === 0;
+  at('no-events').hidden = items.length > 0;
+  await translate(at('events'));
+}
