@@ -22,7 +22,7 @@ let shown = '';
 function rowOf({ time, event, texts }) {
   const name = kNames[event];
   const words = name ? { 'data-text': name } : { 'data-text': 'backups:event_other', 'data-value': event };
-  const moment = new Date(time).toLocaleString(currentLanguage(), { dateStyle: 'medium', timeStyle: 'medium' });
+  const moment = new Date(time).toLocaleString(currentLanguage(), { dateStyle: 'short', timeStyle: 'medium' });
   const [summary, task] = texts;
   const cells = [make('td', {}, make('time', { datetime: time }, moment)), make('td', words), make('td', {}, task ?? '')];
   return make('tr', { 'data-event': event }, ...cells, make('td', { class: 'detail' }, kWithSummary.includes(name) ? summary : ''));

@@ -5,7 +5,7 @@ import { createRequire } from "node:module";
 import { test } from "node:test";
 import { agents } from "../program/agents.mjs";
 import { withSite } from "./harness.mjs";
-import { draftKept, openForm } from "./person.mjs";
+import { draftKept, openForm, openTaskForm } from "./person.mjs";
 
 const kRules = ["wcag2a", "wcag2aa", "wcag21aa", "wcag22aa", "best-practice"];
 const axe = await readFile(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
@@ -41,6 +41,26 @@ async function pagesOfAnOrdinaryAccount({ page, url, login }) {
   }
 }
 
+async function backupPage({ page, url }) {
+  await page.goto(`${url}/backups.html`);
+  await openTaskForm(page);
+  await page.selectOption("#schedule", "advance");
+  await page.fill("#name", "a;b");
+  await page.click("#save");
+  await page.waitForSelector("#notice.error");
+  await assertAccessible(page, "backups, a field refused");
+  await page.fill("#name", "photos");
+  await page.click("#save");
+  await page.waitForSelector("#notice.success");
+  await page.waitForSelector("#events tr");
+  await assertAccessible(page, "backups, a task and an event");
+  await page.click("#rename-0");
+  await assertAccessible(page, "backups, a task renamed");
+  await page.click("#remove-0");
+  await page.waitForSelector("dialog[open]");
+  await assertAccessible(page, "backups, the question before a task is removed", 15);
+}
+
 async function pagesOfAnAdministrator({ page, url, login }) {
   await login("admin");
   for (const name of ["index", "upload", "logout", "nowhere"]) {
@@ -51,6 +71,7 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await page.goto(`${url}/charts.html`);
   for (const id of ["volumes", "requests"]) await page.click(`#${id} summary`);
   await assertAccessible(page, "charts, with their tables");
+  await backupPage({ page, url });
   await page.goto(`${url}/volumes.html`);
   await page.waitForSelector("#volumes .bar");
   await assertAccessible(page, "volumes");

@@ -40,6 +40,27 @@ export const draftKept = (page) => page.waitForFunction(() => /draft/.test(docum
 
 export const saved = (page) => page.waitForSelector("#notice.success");
 
+/// Opens the form of a new backup task.
+export async function openTaskForm(page) {
+  await page.click("#new");
+  await page.waitForSelector("#editor:not([hidden])");
+}
+
+/// Makes a backup task: fields by their id, switches as true or false.
+export async function makeTask(page, fields) {
+  await openTaskForm(page);
+  for (const [id, value] of Object.entries(fields)) {
+    if (typeof value === "boolean") await page.setChecked(`#${id}`, value);
+    else if (["name", "start"].includes(id)) await page.fill(`#${id}`, value);
+    else await page.selectOption(`#${id}`, value);
+  }
+  await Promise.all([saved(page), page.click("#save")]);
+}
+
+/// The newest entries of the event log that the page shows: event, task, schedule.
+export const shownEvents = (page) =>
+  page.$$eval("#events tr", (rows) => rows.map((row) => [...row.cells].slice(1).map(({ textContent }) => textContent)));
+
 /// The message beside a field, or null. A field with a message is marked as invalid and described by it.
 export async function errorBeside(page, id) {
   return page.evaluate((name) => {

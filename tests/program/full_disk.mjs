@@ -1,0 +1,20 @@
+// A disk without room: a memory disk (CMakeLists.txt makes it small) is filled up with one file.
+import assert from "node:assert/strict";
+import { closeSync, openSync, writeSync } from "node:fs";
+
+/// Fills the disk that holds `file` by writing it; removing it makes room again.
+export function fillDisk(file) {
+  const opened = openSync(file, "w");
+  const block = Buffer.alloc(1024);
+  let full = false;
+  for (let count = 0; count < 4096 && !full; ++count) {
+    try {
+      writeSync(opened, block);
+    } catch (error) {
+      assert.equal(error.code, "ENOSPC");
+      full = true;
+    }
+  }
+  closeSync(opened);
+  assert.ok(full, "the disk is larger than meant");
+}
