@@ -1,4 +1,4 @@
-// This platform has no Windows domain, no mail of events, no list of time zones and no AppleTalk: every call fails, as
+// This platform has no Windows domain, no list of time zones and no AppleTalk: every call fails, as
 // the interface documents.
 
 #include "host/klib/error_code.h"
@@ -9,8 +9,6 @@ int WINIQuery1(char*, int, int*, int*) { return kest::FailWith(kest::kErrorNoSuc
 int KESTWinADSJoined(void) { return 0; }
 
 int KESTWinTestJoin(int) { return kest::FailWith(kest::kErrorNoSuchObject); }
-
-int KESTMailSendEventToUser(const char*, PSZHASH, const char*) { return kest::FailWith(kest::kErrorNoSuchObject); }
 
 int KESTZoneEnum(char*, int, int*) { return kest::FailWith(kest::kErrorNoSuchObject); }
 

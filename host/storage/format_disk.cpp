@@ -9,8 +9,8 @@
 
 #include "host/klib/error_code.h"
 #include "host/klib/file_descriptor.h"
+#include "host/klib/run_program.h"
 #include "host/storage/guarded_call.h"
-#include "host/storage/run_program.h"
 #include "host/storage/volume_path.h"
 
 namespace kest {

@@ -10,8 +10,8 @@
 #include "host/klib/file_replace.h"
 #include "host/klib/key_value_file.h"
 #include "host/klib/key_value_line.h"
+#include "host/klib/run_program.h"
 #include "host/storage/guarded_call.h"
-#include "host/storage/run_program.h"
 #include "host/storage/volume_path.h"
 
 namespace kest {

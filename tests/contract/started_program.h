@@ -16,15 +16,10 @@ struct Ended {
   std::string output;
 };
 
-/// A program of the appliance with its output; built for another processor, behind the words that run such programs
-// here.
-inline Ended Started(std::vector<std::string> words) {
-  std::istringstream emulator(CONTRACT_EMULATOR);
-  std::vector<std::string> all;
-  for (std::string word; std::getline(emulator, word, '|');) all.push_back(word);
-  all.insert(all.end(), words.begin(), words.end());
+/// A program of this machine.
+inline Ended StartedHere(std::vector<std::string> words) {
   std::vector<char*> argv;
-  for (std::string& word : all) argv.push_back(word.data());
+  for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
   int output[2];
   if (pipe(output) != 0) return {-1, ""};
@@ -44,6 +39,15 @@ inline Ended Started(std::vector<std::string> words) {
   int status = 0;
   if (error == 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status)) ended.status = WEXITSTATUS(status);
   return ended;
+}
+
+/// A program of the appliance; built for another processor, behind the words that run such programs here.
+inline Ended Started(const std::vector<std::string>& words) {
+  std::istringstream emulator(CONTRACT_EMULATOR);
+  std::vector<std::string> all;
+  for (std::string word; std::getline(emulator, word, '|');) all.push_back(word);
+  all.insert(all.end(), words.begin(), words.end());
+  return StartedHere(all);
 }
 
 #endif  // TESTS_CONTRACT_STARTED_PROGRAM_H_

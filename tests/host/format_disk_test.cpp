@@ -10,7 +10,7 @@
 
 #include "folder.h"
 #include "host/klib/error_code.h"
-#include "host/storage/run_program.h"
+#include "host/klib/run_program.h"
 #include "platform/klib.h"
 
 namespace kest {

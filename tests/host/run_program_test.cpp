@@ -1,4 +1,4 @@
-#include "host/storage/run_program.h"
+#include "host/klib/run_program.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -40,6 +40,18 @@ TEST(RunProgramTest, AProgramGetsNeitherFilesNorEnvironment) {
   EXPECT_EQ(0, RunProgram(path, kPlenty));
   close(50);
   unsetenv("SECRET");
+}
+
+TEST(RunProgramTest, AProgramReadsAndWritesTheFilesItIsGiven) {
+  const Folder folder;
+  const int input = open(folder.Put("input", "skipped, read").c_str(), O_RDONLY | O_CLOEXEC);
+  const int output = open(folder.File("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  lseek(input, 9, SEEK_SET);
+  const char* const cat[] = {"/usr/bin/cat", nullptr};
+  EXPECT_EQ(0, RunProgram(cat, kPlenty, input, output));
+  EXPECT_EQ("read", Content(folder.File("output")));
+  close(input);
+  close(output);
 }
 
 TEST(RunProgramTest, AMissingProgramIsAFailure) {

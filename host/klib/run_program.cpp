@@ -1,4 +1,4 @@
-#include "host/storage/run_program.h"
+#include "host/klib/run_program.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -20,15 +20,18 @@ class SpawnActions {
   SpawnActions(const SpawnActions&) = delete;
   SpawnActions& operator=(const SpawnActions&) = delete;
 
-  bool LeaveNothingOpen() {
-    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-      if (posix_spawn_file_actions_addopen(&actions_, fd, "/dev/null", O_RDWR, 0) != 0) return false;
-    }
-    return posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1) == 0;
+  bool LeaveNothingOpenBut(int input, int output) {
+    return Give(output, STDOUT_FILENO) && Give(input, STDIN_FILENO) && Give(-1, STDERR_FILENO) &&
+           posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1) == 0;
   }
   const posix_spawn_file_actions_t* get() const { return &actions_; }
 
  private:
+  bool Give(int file, int as) {
+    return file >= 0 ? posix_spawn_file_actions_adddup2(&actions_, file, as) == 0
+                     : posix_spawn_file_actions_addopen(&actions_, as, "/dev/null", O_RDWR, 0) == 0;
+  }
+
   posix_spawn_file_actions_t actions_;
 };
 
@@ -88,10 +91,10 @@ int Wait(pid_t pid, int timeout_s) {
 
 }  // namespace
 
-int RunProgram(const char* const* arguments, int timeout_s) {
+int RunProgram(const char* const* arguments, int timeout_s, int input, int output) {
   SpawnActions actions;
   const SpawnAttributes attributes;
-  if (!actions.LeaveNothingOpen()) return Fail(ENOMEM);
+  if (!actions.LeaveNothingOpenBut(input, output)) return Fail(ENOMEM);
   const char* const environment[] = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", nullptr};
   pid_t pid = 0;
   const int error = posix_spawn(&pid, arguments[0], actions.get(), attributes.get(),
