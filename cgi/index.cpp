@@ -40,6 +40,7 @@ struct Entry {
 constexpr Entry kNavigation[] = {
     {"index", "/", "frame:nav_index", false},
     {"general", "/general.html", "frame:nav_general", true},
+    {"vhosts", "/vhosts.html", "frame:nav_vhosts", true},
     {"files", "/files.html", "frame:nav_files", false},
     {"upload", "/upload.html", "frame:nav_upload", false},
     {"charts", "/charts.html", "frame:nav_charts", false},

@@ -1,9 +1,9 @@
 // A disk without room: a memory disk (CMakeLists.txt makes it small) is filled up with one file.
 import assert from "node:assert/strict";
-import { closeSync, openSync, writeSync } from "node:fs";
+import { closeSync, fstatSync, ftruncateSync, openSync, writeSync } from "node:fs";
 
-/// Fills the disk that holds `file` by writing it; removing it makes room again.
-export function fillDisk(file) {
+/// Fills the disk that holds `file`, up to `left` bytes, by writing it; removing it makes room again.
+export function fillDisk(file, left = 0) {
   const opened = openSync(file, "w");
   const block = Buffer.alloc(1024);
   let full = false;
@@ -15,6 +15,7 @@ export function fillDisk(file) {
       full = true;
     }
   }
+  ftruncateSync(opened, fstatSync(opened).size - left);
   closeSync(opened);
   assert.ok(full, "the disk is larger than meant");
 }

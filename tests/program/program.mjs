@@ -1,7 +1,7 @@
 // One CGI program as a real process: the environment that a web server gives it, a body on standard input, and its reply
 // taken apart. The tests run inside the appliance tree (see run), so every path is the appliance's own.
 import assert from "node:assert/strict";
-import { spawnSync } from "node:child_process";
+import { spawn, spawnSync } from "node:child_process";
 import { closeSync, openSync, readFileSync, utimesSync, writeFileSync } from "node:fs";
 import { basename } from "node:path";
 
@@ -41,6 +41,18 @@ export function invocation(program, request = {}) {
     ...request.env,
   };
   return { path: program.includes("/") ? program : `/usr/kest/kestman/cgi/${program}.cgi`, env, body: body ?? "" };
+}
+
+/// The same beside others: { process, reply }; reply resolves to what run() returns, or to null when the program was killed.
+export function start(program, request = {}) {
+  const { path, env, body } = invocation(program, request);
+  const child = spawn(path, { env, stdio: ["pipe", "pipe", "inherit"] });
+  const output = [];
+  child.stdout.on("data", (part) => output.push(part));
+  child.stdin.on("error", () => {});
+  child.stdin.end(body);
+  const reply = new Promise((resolve) => child.on("close", (status, signal) => resolve(signal ? null : parse(Buffer.concat(output)))));
+  return { process: child, reply };
 }
 
 // From a file, because a program need not read a body that it refuses, and a pipe would break then.
