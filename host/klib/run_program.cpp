@@ -3,12 +3,16 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+
+#include "host/klib/file_descriptor.h"
+#include "host/klib/file_read.h"
 
 namespace kest {
 namespace {
@@ -100,6 +104,15 @@ int RunProgram(const char* const* arguments, int timeout_s, int input, int outpu
   const int error = posix_spawn(&pid, arguments[0], actions.get(), attributes.get(),
                                 const_cast<char* const*>(arguments), const_cast<char* const*>(environment));
   return error != 0 ? Fail(error) : Wait(pid, timeout_s);
+}
+
+// A file in memory, not a pipe: nobody has to read while the program writes.
+int ReadProgram(const char* const* arguments, int timeout_s, std::string* output) {
+  const FileDescriptor file(memfd_create("output", MFD_CLOEXEC));
+  if (!file.IsOpen()) return -1;
+  const int status = RunProgram(arguments, timeout_s, -1, file.Get());
+  const std::string path = "/proc/self/fd/" + std::to_string(file.Get());
+  return status >= 0 && ReadWholeFile(path.c_str(), kTextFileMax, output) ? status : -1;
 }
 
 }  // namespace kest

@@ -1,6 +1,8 @@
 #ifndef KEST_KLIB_RUN_PROGRAM_H_
 #define KEST_KLIB_RUN_PROGRAM_H_
 
+#include <string>
+
 namespace kest {
 
 // Runs a program and waits for its end. No shell is involved and nothing is looked up: `arguments[0]` is its path. It
@@ -14,6 +16,10 @@ namespace kest {
 // @return its exit status; -1 with errno when it could not be started (ENOENT, EACCES, ...), was ended by a signal
 //         (EINTR) or took too long (ETIMEDOUT)
 int RunProgram(const char* const* arguments, int timeout_s, int input = -1, int output = -1);
+
+// The same, without input.
+// @param output  receives what the program printed, 1 MiB at most (else EFBIG); untouched with -1
+int ReadProgram(const char* const* arguments, int timeout_s, std::string* output);
 
 }  // namespace kest
 

@@ -32,15 +32,7 @@ TEST_F(AbsentTest, NoShares) {
   KESTShareFree(slot);
 }
 
-TEST_F(AbsentTest, NeitherDomainsNorZones) {
-  char name[64] = "as before";
-  int flag_a = 7, flag_b = 7, needed = 7;
-  IsRefused(WINIQuery1(name, sizeof name, &flag_a, &flag_b));
-  EXPECT_STREQ("as before", name);
-  EXPECT_EQ(14, flag_a + flag_b);
-  IsRefused(KESTWinTestJoin(KESTWinADSJoined()));
-  IsRefused(KESTZoneEnum(nullptr, 0, &needed));
-  EXPECT_EQ(7, needed);
+TEST_F(AbsentTest, NoAppleTalk) {
   KESTAPPLEZONE* zones = nullptr;
   IsRefused(KESTAppleZoneGet(nullptr, &zones));
   EXPECT_EQ(nullptr, zones);
