@@ -47,6 +47,7 @@ constexpr Entry kNavigation[] = {
     {"volumes", "/volumes.html", "frame:nav_volumes", true},
     {"disks", "/disks.html", "frame:nav_disks", true},
     {"backups", "/backups.html", "frame:nav_backups", true},
+    {"account_mail", "/account_mail.html", "frame:nav_account_mail", true},
 };
 
 // Words of the templates, by the placeholder that is their key, too.

@@ -34,8 +34,8 @@ const pages = ["site", "site/pages", "site/frame"].flatMap((folder) => filesIn(f
 const scripts = filesIn("site/js", ".js");
 const programs = filesIn("cgi", ".cpp").concat(filesIn("cgi", ".h"));
 
-// Words that the library looks up for lists and labels of volumes, and for the summary of a schedule.
-const kSectionOfLibrary = { "src/volume.cpp": "volume", "src/volume_status.cpp": "volume", "src/schedule.cpp": "schedule" };
+// Words that the library looks up for lists and labels of volumes, for the summary of a schedule and for a mail.
+const kSectionOfLibrary = { "src/volume.cpp": "volume", "src/volume_status.cpp": "volume", "src/schedule.cpp": "schedule", "src/webutils_server.cpp": "common" };
 const namesInLibrary = () =>
   Object.entries(kSectionOfLibrary).flatMap(([file, section]) =>
     [...read(file).matchAll(/Text\("(\w+)"|, "(volume_\w+)"}|"(schedule_\w{3})",/g)]
