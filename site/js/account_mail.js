@@ -7,6 +7,7 @@ import { setText, setWords } from './texts.js';
 
 const at = (id) => document.getElementById(id);
 const form = at('mail');
+const kNotSent = ['mail:one_field', 'mail:some_fields'];
 
 async function send() {
   clearErrors(form);
@@ -17,7 +18,7 @@ async function send() {
     at('password').value = '';
     await showNotice('success', 'mail:sent', { value: reply.data.recipient });
   } else if (reply.errors) {
-    await showErrors(form, reply.errors);
+    await showErrors(form, reply.errors, kNotSent);
   } else if (reply.errinfo) {
     await showNotice('error', `${reply.errinfo.sec}:${reply.errinfo.key}`);
   }

@@ -49,10 +49,13 @@ async function showError(field, message) {
   place.hidden = false;
 }
 
-// errors: {field: message} as the program sent it. The first bad field of the page gets the focus.
-export async function showErrors(form, errors) {
+const kNotSaved = ['error:one_field', 'error:some_fields'];
+
+// errors: {field: message} as the program sent it. The first bad field of the page gets the focus. Of the two words the
+// notice shows the first for one bad field.
+export async function showErrors(form, errors, [one, some] = kNotSaved) {
   const bad = fieldsOf(form).filter((field) => field.name in errors);
   await Promise.all(bad.map((field) => showError(field, errors[field.name])));
-  await showNotice('error', bad.length === 1 ? 'error:one_field' : 'error:some_fields', { value: bad.length });
+  await showNotice('error', bad.length === 1 ? one : some, { value: bad.length });
   bad[0]?.focus();
 }

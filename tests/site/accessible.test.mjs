@@ -72,6 +72,11 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   for (const id of ["volumes", "requests"]) await page.click(`#${id} summary`);
   await assertAccessible(page, "charts, with their tables");
   await backupPage({ page, url });
+  await page.goto(`${url}/account_mail.html`);
+  await page.fill("#recipient", "nobody");
+  await page.click("#send");
+  await page.waitForSelector("#notice.error");
+  await assertAccessible(page, "account mail, fields refused");
   await page.goto(`${url}/volumes.html`);
   await page.waitForSelector("#volumes .bar");
   await assertAccessible(page, "volumes");
