@@ -56,6 +56,10 @@ def main():
             other = name.replace("frame", "load")
             wall, cpu, instructions = (a / b for a, b in zip(by_name[name], by_name[other]))
             print(f"{name} against {other}: wall {wall:.3f}, CPU {cpu:.3f}, instructions {instructions:.3f}")
+    for other in ("load", "bare"):
+        if "volumes" in by_name and other in by_name:
+            wall, cpu, instructions = (a / b for a, b in zip(by_name["volumes"], by_name[other]))
+            print(f"volumes against {other}: wall {wall:.3f}, CPU {cpu:.3f}, instructions {instructions:.3f}")
     print()
     downloads()
     print("| library, stripped | amd64 bytes | ARM bytes |")

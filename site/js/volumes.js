@@ -5,6 +5,7 @@ import { hideNotice, showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 import { binarySizeInWords } from './sizes.js';
 import { setText, setWords, translate, whenLanguageChanges } from './texts.js';
+import { offerVolumes, openBuilding, watchBuilding } from './volume_build.js';
 
 const kStates = { normal: 'volumes:state_normal', crashed: 'volumes:state_crashed', read_only: 'volumes:state_read_only' };
 const kNearlyFull = 0.9;
@@ -57,6 +58,7 @@ async function showList(data) {
   const list = data.volume_list;
   at('volumes').replaceChildren(...list.map(cardOf));
   at('system').hidden = !data.system_crashed;
+  offerVolumes(list);
   await Promise.all([translate(at('volumes')), showService(data)]);
   const count = list.length;
   if (count === 0) await setText(at('status'), 'volume:volume_novolume');
@@ -80,5 +82,7 @@ async function look() {
 await enterPage();
 at('service').addEventListener('change', look);
 at('refresh').addEventListener('click', look);
-whenLanguageChanges(look);
+whenLanguageChanges(() => Promise.all([look(), watchBuilding()]));
+openBuilding(look);
 await look();
+await watchBuilding();

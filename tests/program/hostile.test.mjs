@@ -4,7 +4,7 @@ import { readFileSync, readdirSync } from "node:fs";
 import { before, test } from "node:test";
 import { assertRefused, login, makeAccounts, run, settingsFile } from "./program.mjs";
 
-const kPrograms = ["disks", "draft", "general", "language", "login", "logout", "power", "texts", "upload", "volumes", "whoami"];
+const kPrograms = ["disks", "draft", "general", "language", "login", "logout", "power", "texts", "upload", "volume_build", "volumes", "whoami"];
 const kBodyMax = 1048576;
 let cookie;
 

@@ -79,7 +79,15 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await assertAccessible(page, "account mail, fields refused");
   await page.goto(`${url}/volumes.html`);
   await page.waitForSelector("#volumes .bar");
-  await assertAccessible(page, "volumes");
+  await page.fill("#size", "none");
+  await page.click("#start");
+  await page.waitForSelector("#notice.error:not([hidden])");
+  await assertAccessible(page, "volumes, a field refused");
+  await page.route("**/cgi/volume_build.cgi*", (route) =>
+    route.fulfill({ body: '{"success": true, "data": {"state": "building", "step": 40, "volume": "/volume2"}}' }));
+  await page.reload();
+  await page.waitForSelector("#progress:not([hidden])");
+  await assertAccessible(page, "volumes, one being built");
   await page.goto(`${url}/disks.html`);
   await page.waitForSelector("#disks [data-disk]");
   await assertAccessible(page, "external disks");

@@ -44,7 +44,8 @@ const namesInLibrary = () =>
   );
 
 // Sections whose keys a program names alone.
-const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/disks.cpp": "disks", "cgi/download.cpp": "files", "cgi/file_refusal.h": "files", "cgi/login.cpp": "login" };
+const kSectionOf = { "cgi/chart.cpp": "chart", "cgi/disks.cpp": "disks", "cgi/download.cpp": "files", "cgi/file_refusal.h": "files", "cgi/login.cpp": "login",
+  "cgi/volume_build.cpp": "volumes", "cgi/volume_worker.cpp": "volumes" };
 
 // The programs name section and key apart: Refuse(request, "error", "error_x"), or a key of their own section or "error" alone.
 function namesInPrograms() {
