@@ -36,7 +36,7 @@ async function askFor(page, id, system) {
 }
 
 // The formatting begins when the test lets it (held_mkfs).
-const held = { server: ["--ro-bind", "/usr/sbin/mke2fs", "/run/mke2fs", "--ro-bind", path.join(projectDir, "tests/program/held_mkfs"), "/usr/sbin/mke2fs"] };
+const held = { server: ["--ro-bind", "/usr/sbin/mke2fs", "/run/mke2fs", "--ro-bind", path.join(projectDir, "tests/program/held_mkfs"), "/usr/sbin.machine/mke2fs"] };
 const holdFile = (state) => `${state}/tmp/hold-formatting`;
 const hold = (state) => writeFile(holdFile(state), "");
 const letGo = (state) => rm(holdFile(state));

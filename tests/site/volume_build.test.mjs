@@ -12,7 +12,7 @@ import { projectDir } from "./server.mjs";
 const kMiB = 1024 * 1024;
 // The making of the file system begins when the test lets it (held_mkfs).
 const server = ["--disk", "/volume1", String(256 * kMiB), "--ro-bind", "/usr/sbin/mke2fs", "/run/mke2fs", "--ro-bind",
-  path.join(projectDir, "tests/program/held_mkfs"), "/usr/sbin/mke2fs"];
+  path.join(projectDir, "tests/program/held_mkfs"), "/usr/sbin.machine/mke2fs"];
 const hold = (state) => writeFile(`${state}/tmp/hold-formatting`, "");
 const letGo = (state) => rm(`${state}/tmp/hold-formatting`);
 const wantFailure = (state) => writeFile(`${state}/tmp/fail-formatting`, "");
