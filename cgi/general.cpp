@@ -6,21 +6,16 @@
 //
 // Each field is the setting of the same name.
 #include <sys/stat.h>
-#include <tarvel/kest_conf.h>
 
 #include <cstdlib>
 #include <string>
 
 #include "languages.h"
 #include "name_text.h"
-// The library reads settings and has no call that writes one: the platform's key/value call does.
-#include "platform/klib.h"
 #include "settings_form.h"
+#include "settings_store.h"
 
 namespace {
-
-constexpr char kSettingsFile[] = "/etc/kestinfo.conf";
-constexpr char kSettingsLine[] = "%s=\"%s\"\n";
 
 constexpr const char* kFields[] = {
     "description",      "language",        "timezone",     "admin_port_http", "admin_port_https",
@@ -50,18 +45,6 @@ bool IsTimeZone(const std::string& name) {
          stat(("/usr/share/zoneinfo/" + name).c_str(), &zone) == 0 && S_ISREG(zone.st_mode);
 }
 
-// The current value of a setting, or its factory default.
-std::string Stored(KestConf& settings, const char* field) {
-  std::string key = field;
-  char none[] = "";
-  const char* factory = settings.Def(key.data(), none);
-  return settings.Info(key.data(), const_cast<char*>(factory));
-}
-
-bool Store(const char* field, const std::string& value) {
-  return KLIBFileSetKeyValue(kSettingsFile, field, value.c_str(), kSettingsLine) >= 0;
-}
-
 class GeneralForm : public site::SettingsForm {
  public:
   int Load() override { return Show(); }
@@ -79,7 +62,7 @@ class GeneralForm : public site::SettingsForm {
   int Show() {
     KestConf settings;
     Json::Value data;
-    for (const char* field : kFields) data[field] = Stored(settings, field);
+    for (const char* field : kFields) data[field] = site::StoredSetting(settings, field);
     return Succeed(data);
   }
 
@@ -100,24 +83,10 @@ class GeneralForm : public site::SettingsForm {
     return fine;
   }
 
-  // The platform sets one key at a time. When one cannot be written, those before it get their old values back.
   const char* StoreAll() {
-    KestConf before;
-    for (const char* const& field : kFields) {
-      const std::string value = request.In(field, "");
-      if (value == Stored(before, field) || Store(field, value)) continue;
-      return PutBack(before, &field) ? "error_save_failed" : "error_saved_partly";
-    }
-    return nullptr;
-  }
-
-  bool PutBack(KestConf& before, const char* const* end) {
-    bool all = true;
-    for (const char* const* field = kFields; field != end; ++field) {
-      const std::string value = Stored(before, *field);
-      if (value != request.In(*field, "")) all = Store(*field, value) && all;
-    }
-    return all;
+    std::vector<std::pair<std::string, std::string>> values;
+    for (const char* field : kFields) values.emplace_back(field, request.In(field, ""));
+    return site::StoreSettings(values);
   }
 };
 

@@ -41,6 +41,7 @@ constexpr Entry kNavigation[] = {
     {"index", "/", "frame:nav_index", false},
     {"general", "/general.html", "frame:nav_general", true},
     {"vhosts", "/vhosts.html", "frame:nav_vhosts", true},
+    {"ports", "/ports.html", "frame:nav_ports", true},
     {"files", "/files.html", "frame:nav_files", false},
     {"upload", "/upload.html", "frame:nav_upload", false},
     {"charts", "/charts.html", "frame:nav_charts", false},

@@ -2,7 +2,8 @@
 //
 //   GET  action=load    {"data": {"hosts": [{"id", "vhosttype", "port", "host", "folder", "served"}, ...], "told":
 //   true},
-//                        "success": true}; "told" is false when the web server of the sites is not to be reached
+//                        "success": true}; "told" is false when the web server of the sites is not to be reached.
+//                       "https_port" is what new HTTPS hosts are offered, 0 for nothing
 //   POST action=apply&change=save&original=ID&vhosttype=0|1&port=...&host=...&folder=...
 //                       changes the host of that id, or adds one when it is empty
 //   POST action=apply&change=remove&original=ID
@@ -35,9 +36,9 @@ constexpr int kHttpsPort = 443;
 constexpr size_t kMostPorts = 10;
 constexpr const char* kServices[] = {"http", "https"};
 
-int SettingOfHttpPort() {
+int PortSetting(const char* key) {
   KestConf settings;
-  return atoi(settings.Info(const_cast<char*>("httpport"), const_cast<char*>("")));
+  return atoi(settings.Info(const_cast<char*>(key), const_cast<char*>("")));
 }
 
 int TypeOf(const Json::Value& host) { return host["vhosttype"].asInt(); }
@@ -65,6 +66,7 @@ Json::Value Described(const Json::Value& hosts, const site::SiteOutcome& outcome
     data["hosts"].append(host);
   }
   data["told"] = outcome.is_known;
+  data["https_port"] = PortSetting("httpsport");
   return data;
 }
 
@@ -158,7 +160,7 @@ class VHostsForm : public site::SettingsForm {
 
   bool CheckPort(const Json::Value& host) {
     const int port = PortOf(host);
-    const int http_port = SettingOfHttpPort();
+    const int http_port = PortSetting("httpport");
     const bool is_web_port = port == kHttpPort || port == http_port;
     if ((TypeOf(host) == 1 && is_web_port) || IsPortOf(1 - TypeOf(host), port)) {
       return RefuseFor("port", "error_port_other_protocol");

@@ -7,11 +7,13 @@ import { enterPage } from './shell.js';
 import { setText, setWords, translate, whenLanguageChanges } from './texts.js';
 
 const kProtocols = ['http', 'https'];
-const kNewHost = { vhosttype: '0', port: '8080', host: '', folder: '' };
+const kNewHost = { vhosttype: '0', host: '', folder: '' };
 
 const at = (id) => document.getElementById(id);
 const form = at('vhost');
 let edited = '';
+// What a new host of each protocol is offered; anything else has been typed by somebody and stays.
+const offered = ['8080', '8443'];
 
 const headingOf = (id) => [...at('hosts').children].find(({ dataset }) => dataset.id === id)?.querySelector('a');
 
@@ -31,7 +33,7 @@ function closeEditor() {
 async function openEditor(host) {
   clearErrors(form);
   edited = host?.id ?? '';
-  fillForm(form, host ?? kNewHost);
+  fillForm(form, host ?? { ...kNewHost, port: offered[0] });
   await (host ? setText(at('editor-title'), 'vhosts:change', { value: host.host }) : setText(at('editor-title'), 'vhosts:new'));
   at('editor').hidden = false;
   at('host').focus();
@@ -66,7 +68,8 @@ function cardOf(host, index) {
   return make('li', { class: 'card', 'data-id': host.id }, head, facts, make('div', { class: 'actions' }, ...actions));
 }
 
-async function showHosts({ hosts }) {
+async function showHosts({ hosts, https_port: httpsPort }) {
+  if (httpsPort) offered[1] = String(httpsPort);
   at('hosts').replaceChildren(...hosts.map(cardOf));
   if (hosts.length === 0) await setText(at('status'), 'vhosts:none');
   else setWords(at('status'), '');
@@ -110,6 +113,9 @@ form.addEventListener('submit', async (event) => {
   at('save').disabled = true;
   await save();
   at('save').disabled = false;
+});
+at('vhosttype').addEventListener('change', ({ target }) => {
+  if (!edited && offered.includes(at('port').value)) at('port').value = offered[target.value];
 });
 at('new').addEventListener('click', () => openEditor());
 at('close').addEventListener('click', () => {

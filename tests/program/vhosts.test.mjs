@@ -32,7 +32,7 @@ const hostsOf = ({ data }) => data.hosts.map(({ id, folder, served }) => [id, fo
 const formError = (key) => ({ errinfo: { key, sec: "error" }, success: false });
 
 test("Without hosts the list is empty", () => {
-  assert.deepEqual(load(), { data: { hosts: [], told: true }, success: true });
+  assert.deepEqual(load(), { data: { hosts: [], https_port: 8443, told: true }, success: true });
 });
 
 test("A host that is added stands in the file as the library writes it, and answers when the reply is there", async () => {

@@ -94,6 +94,12 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await page.click('[data-disk="usb1"] button');
   await page.waitForSelector("#question[open]");
   await assertAccessible(page, "the question before formatting", 15);
+  await page.goto(`${url}/ports.html`);
+  await page.waitForFunction(() => document.getElementById("ftpport")?.value);
+  await page.fill("#ftpport", "80");
+  await page.click("#save-ftp");
+  await page.waitForSelector("#notice.error");
+  await assertAccessible(page, "ports, one refused");
   await page.goto(`${url}/vhosts.html`);
   await page.waitForSelector("#status:not(:empty)");
   await page.click("#new");
