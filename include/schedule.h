@@ -73,8 +73,7 @@ struct _tag_schedule_info_ {
 /// | "frequency"                          | hours between two runs of a day                                    |
 /// | "lasttime"                           | last hour in which a repeated run starts                           |
 /// | "weekday"                            | the weekdays                                                       |
-/// | "schedule_sun", "schedule_mon", "schedule_tue", "schedule_wed", "schedule_thu", "schedule_fri", "schedule_sat" | 0
-/// or 1 |
+/// | "schedule_sun", "schedule_mon", "schedule_tue", "schedule_wed", "schedule_thu", "schedule_fri", "schedule_sat" | 0 or 1 |
 ///
 /// A task without schedule is shown as one that runs on Sundays at 0:00.
 ///
@@ -108,14 +107,14 @@ TARVEL_EXPORT int BkpScheduleSet(Json::Value& info, const char* oldTask, const c
 
 /// Reads what a page submits.
 ///
-/// | member        | type   | read                | meaning |
-/// |---------------|--------|---------------------|---------------------------------------------------------------------|
-/// | "enable"      | bool   | always              | when false, nothing else is read and the other fields stay | |
-/// "type"        | string | when enabled        | exactly "basic", or anything else for "advanced"                    |
-/// | "days"        | int    | when enabled        | weekdays | | "starttime"   | string | when enabled        | "H:M";
-/// without a colon just the hour                                | | "endtime"     | string | when advanced       |
-/// "H:M"; an hour of 0, midnight included, becomes the start's         | | "freq", "iteration" | int | when advanced |
-/// hours between two runs; of no account                               |
+/// | member | type | read | meaning |
+/// |---|---|---|---|
+/// | "enable" | bool | always | when false, nothing else is read and the other fields stay |
+/// | "type" | string | when enabled | exactly "basic", or anything else for "advanced" |
+/// | "days" | int | when enabled | weekdays |
+/// | "starttime" | string | when enabled | "H:M"; without a colon just the hour |
+/// | "endtime" | string | when advanced | "H:M"; an hour of 0, midnight included, becomes the start's |
+/// | "freq", "iteration" | int | when advanced | hours between two runs; of no account |
 ///
 /// Missing members count as false, 0 and "". Times are cut to 7 bytes before they are read; numbers are read as
 /// `strtol` reads them, and no range is checked.

@@ -41,13 +41,13 @@ struct _tag_cgi_volume_action_ {
 /// **Spellings.** A volume is known by its mount path, by the short identifier that requests and replies carry, by the
 /// identifier of a space, which may also be an iSCSI LUN, and by a label in the user's language.
 ///
-/// | location               | mount path                                  | identifier        | space        | label |
-/// |------------------------|---------------------------------------------|-------------------|--------------|-------------|
-/// | 1 internal             | `/volume1`                                  | `1`               | `volume_1`   | Volume1
-/// | | 2 expansion unit       | `/volumeX1`                                 | `X1`              | `volumeX_1`  |
-/// Volume1(..) | | 4 USB                  | `/volumeUSB1/usbshare`, bare `/volumeUSB1`  | `U1`, `U1_native` | | | | 8
-/// SATA, without number | `/volumeSATA/satashare`, bare `/volumeSATA` | `S`, `S_native`   |              | | | an iSCSI
-/// LUN           |                                             |                   | `iscsi_NAME` |             |
+/// | location | mount path | identifier | space | label |
+/// |---|---|---|---|---|
+/// | 1 internal | `/volume1` | `1` | `volume_1` | Volume1 |
+/// | 2 expansion unit | `/volumeX1` | `X1` | `volumeX_1` | Volume1(Expansion unit) |
+/// | 4 USB | `/volumeUSB1/usbshare`, bare `/volumeUSB1` | `U1`, `U1_native` | | |
+/// | 8 SATA, without number | `/volumeSATA/satashare`, bare `/volumeSATA` | `S`, `S_native` | | |
+/// | an iSCSI LUN | | | `iscsi_NAME` | |
 ///
 /// Identifiers have one digit: a volume above 9 is told by its first digit only. Numbers in identifiers are read as
 /// strtol does it, those beyond `int` are the nearest `int`.
@@ -139,15 +139,15 @@ class TARVEL_EXPORT Volume {
 
   /// The writable volumes for a volume selector.
   ///
-  /// | key                     | type    | meaning                                                                |
-  /// |-------------------------|---------|------------------------------------------------------------------------|
-  /// | volume_list             | array   | the volumes, in the platform's order                                   |
-  /// | volume_list/value       | string  | identifier, see CGIRenderVolID(); "" when it has none                  |
-  /// | volume_list/display     | string  | label with the free size in GiB, cut to 511 bytes; texts of "common" and
-  /// "volume" | | volume_list/size_free   | string  | free bytes, decimal | | volume_list/size_total  | string  | size
-  /// in bytes, decimal                                                 | | volume_count            | integer | number
-  /// of volumes listed                                               | | external_volume_crashed | integer | 1, only
-  /// when the lost external volume of the service was added         |
+  /// | key | type | meaning |
+  /// |---|---|---|
+  /// | volume_list | array | the volumes, in the platform's order |
+  /// | volume_list/value | string | identifier, see CGIRenderVolID(); "" when it has none |
+  /// | volume_list/display | string | label with the free size in GiB, cut to 511 bytes; texts of "common" and "volume" |
+  /// | volume_list/size_free | string | free bytes, decimal |
+  /// | volume_list/size_total | string | size in bytes, decimal |
+  /// | volume_count | integer | number of volumes listed |
+  /// | external_volume_crashed | integer | 1, only when the lost external volume of the service was added |
   ///
   /// That lost volume (see SetCheckExtVolume()) stands first, with "value" and "display" only, and is not counted.
   ///
