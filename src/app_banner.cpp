@@ -8,10 +8,13 @@
 #include <cstring>
 #include <string>
 
+#include "internal/bounded_text.h"
 #include "kest_conf.h"
 #include "platform/kestdir.h"
 
 namespace {
+
+using tarvel_internal::BoundedText;
 
 constexpr size_t kStripBytes = 4096;
 constexpr size_t kIconBytes = 256;
@@ -53,17 +56,6 @@ constexpr Application kApplications[] = {
      "/tarvel/images/application_download.png", " ", "/download/index.cgi"},
 };
 
-// A text as a buffer of kBytes holds it.
-template <size_t kBytes>
-__attribute__((format(printf, 1, 2))) std::string Cut(const char* format, ...) {
-  char text[kBytes];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  return text;
-}
-
 // The links to the applications, piece by piece in one buffer; what finds no room is cut.
 class Strip {
  public:
@@ -81,9 +73,9 @@ class Strip {
 
  private:
   void AppendLink(const Application& application) {
-    const std::string icon =
-        Cut<kIconBytes>("<img class=\"miniicon\" src=\"%s\" title=\"%s\"%swidth=\"24\" height=\"28\" align=\"middle\">",
-                        application.icon_path, application.name, application.gap);
+    const std::string icon = BoundedText<kIconBytes>(
+        "<img class=\"miniicon\" src=\"%s\" title=\"%s\"%swidth=\"24\" height=\"28\" align=\"middle\">",
+        application.icon_path, application.name, application.gap);
     if (icon_only_) {
       Append("<a href=\"%s\">%s</a>", application.url, icon.c_str());
     } else {
@@ -150,14 +142,14 @@ KestAppBanner::KestAppBanner(Tarvel& request)
 
 // Deliberately nothing is escaped, neither texts nor names: a string table may hold HTML.
 std::string KestAppBanner::CreateDesktopLink() {
-  return Cut<kLinkBytes>("<a href=\"%s?desktop=1\">%s</a>", "/index.cgi", texts_.Text("desktop", ""));
+  return BoundedText<kLinkBytes>("<a href=\"%s?desktop=1\">%s</a>", "/index.cgi", texts_.Text("desktop", ""));
 }
 
 std::string KestAppBanner::CreateLogoutLink() {
   std::string link =
-      Cut<kLogoutBytes>("<a href=\"%s/modules/logout.cgi\">%s</a>&nbsp;", "/tarvel", texts_.Text("logout", ""));
+      BoundedText<kLogoutBytes>("<a href=\"%s/modules/logout.cgi\">%s</a>&nbsp;", "/tarvel", texts_.Text("logout", ""));
   if (request_.IsAdmin()) {
-    link += Cut<kLogoutBytes>(
+    link += BoundedText<kLogoutBytes>(
         " | <a id=\"appbanner-powermenu-trigger\" href=\"#\" onclick=\"KEST.AppBanner.show(this);\">%s "
         "&#x25BC;</a>&nbsp;",
         texts_.Text("poweroff_opt", ""));
@@ -166,5 +158,5 @@ std::string KestAppBanner::CreateLogoutLink() {
 }
 
 std::string KestAppBanner::CreateWelcome() {
-  return Cut<kLinkBytes>("%s %s", texts_.Text("welcome", ""), request_.GetLoginUserName().c_str());
+  return BoundedText<kLinkBytes>("%s %s", texts_.Text("welcome", ""), request_.GetLoginUserName().c_str());
 }

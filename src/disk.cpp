@@ -1,15 +1,16 @@
 #include "disk.h"
 
-#include <cstdio>
-
+#include "internal/bounded_text.h"
 #include "internal/log.h"
 
 namespace {
 
 constexpr char kLogSource[] = "disk";
 
-constexpr int kIdBytes = 8;
+constexpr size_t kIdBytes = 8;
 enum Container { kInternal = 1, kExpansion = 2 };
+
+using tarvel_internal::BoundedText;
 
 }  // namespace
 
@@ -18,8 +19,6 @@ bool SDK::Disk::ToUIDiskID(const _tag_disk_id_& id, std::string& out) {
     LogError("%s:%d unsupported disk container: %d", id.container);
     return false;
   }
-  char text[kIdBytes];
-  std::snprintf(text, sizeof text, "%s%d", id.container == kExpansion ? "X" : "", id.number);
-  out = text;
+  out = BoundedText<kIdBytes>(id.container == kExpansion ? "X%d" : "%d", id.number);
   return true;
 }

@@ -1,11 +1,11 @@
 #include "volume.h"
 
-#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
 
+#include "internal/bounded_text.h"
 #include "internal/log.h"
 #include "internal/saturated_int.h"
 #include "string_bundle.h"
@@ -28,17 +28,14 @@ constexpr char kUsbShare[] = "usbshare";
 constexpr char kSataShare[] = "satashare";
 constexpr char kNative[] = "_native";
 
+using tarvel_internal::BoundedText;
 using tarvel_internal::SaturatedInt;
 
 bool HasRoom(const char* buf, int size) { return buf != nullptr && size > 0; }
 
 // A text into a caller's buffer, cut to its size; nothing without a buffer.
-__attribute__((format(printf, 3, 4))) void Write(char* buf, int size, const char* format, ...) {
-  if (!HasRoom(buf, size)) return;
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buf, static_cast<size_t>(size), format, arguments);
-  va_end(arguments);
+void Write(const std::string& text, char* buf, int size) {
+  if (HasRoom(buf, size)) std::snprintf(buf, static_cast<size_t>(size), "%s", text.c_str());
 }
 
 // The rest of a text behind its prefix; null when it begins otherwise.
@@ -105,12 +102,12 @@ void Volume::CheckExtVolumeStatus() {
 
 bool Volume::VolumeCurrentPathGet(bool decide, char* buf, int size) {
   if (service_.decided != 0 || !decide) {
-    Write(buf, size, "%s", service_.path);
+    Write(service_.path, buf, size);
     return true;
   }
   char chosen[kPathBytes] = "";
   if (KESTServiceNewVolumeDecide(&service_, chosen, sizeof chosen) < 1) return false;
-  Write(buf, size, "%s", chosen);
+  Write(chosen, buf, size);
   return true;
 }
 
@@ -131,12 +128,9 @@ int Volume::ToUIVolumeStr(int number, _tag_vol_location_ loc, char* buf, int siz
   // Other locations leave the buffer as it was on purpose: callers fill it before.
   if (loc != KEST_VOL_INTERNAL && loc != KEST_VOL_EXPANSION) return 1;
   StringBundle texts(const_cast<char*>("volume"), nullptr, nullptr, nullptr, nullptr, nullptr);
-  const char* const word = texts.Text("volume", "");
-  if (loc == KEST_VOL_INTERNAL) {
-    Write(buf, size, "%s%d", word, number);
-  } else {
-    Write(buf, size, "%s%d(%s)", word, number, texts.Text("volume_disk_source_ebox", ""));
-  }
+  std::string label = texts.Text("volume", "") + std::to_string(number);
+  if (loc == KEST_VOL_EXPANSION) label += std::string("(") + texts.Text("volume_disk_source_ebox", "") + ")";
+  Write(label, buf, size);
   return 1;
 }
 
@@ -158,23 +152,18 @@ std::string Volume::ToUIVolumeStr(const char* path) {
 }
 
 std::string Volume::ToUISpaceID(_space_type_ type, const char* name) {
-  char id[kSpaceBytes] = "";
   if (name == nullptr) name = "";
-  _tag_vol_id_ volume = {};
-  if (type == KEST_SPACE_ISCSI) {
-    std::snprintf(id, sizeof id, "iscsi_%s", name);
-  } else if (type != KEST_SPACE_VOLUME) {
+  if (type == KEST_SPACE_ISCSI) return BoundedText<kSpaceBytes>("iscsi_%s", name);
+  if (type != KEST_SPACE_VOLUME) {
     LogError("%s:%d unsupported space type: '%d'", static_cast<int>(type));
-  } else if (VolumePathParse(name, &volume) <= 0) {
     return "";
-  } else if (volume.location == KEST_VOL_INTERNAL) {
-    std::snprintf(id, sizeof id, "%s%d", "volume_", volume.number);
-  } else if (volume.location == KEST_VOL_EXPANSION) {
-    std::snprintf(id, sizeof id, "%s%d", "volumeX_", volume.number);
-  } else {
-    LogError("%s:%d unsupported volume location: '%d'", static_cast<int>(volume.location));
   }
-  return id;
+  _tag_vol_id_ volume = {};
+  if (VolumePathParse(name, &volume) <= 0) return "";
+  if (volume.location == KEST_VOL_INTERNAL) return "volume_" + std::to_string(volume.number);
+  if (volume.location == KEST_VOL_EXPANSION) return "volumeX_" + std::to_string(volume.number);
+  LogError("%s:%d unsupported volume location: '%d'", static_cast<int>(volume.location));
+  return "";
 }
 
 bool Volume::ToSpacePath(const char* spaceId, char* buf, int size, _space_type_& type) {
@@ -191,11 +180,7 @@ bool Volume::ToSpacePath(const char* spaceId, char* buf, int size, _space_type_&
     return false;
   }
   const char* const rest = Behind(form->prefix, id);
-  if (form->path != nullptr) {
-    Write(buf, size, "%s%d", form->path, SaturatedInt(rest));
-  } else {
-    Write(buf, size, "%s", rest);
-  }
+  Write(form->path != nullptr ? form->path + std::to_string(SaturatedInt(rest)) : rest, buf, size);
   type = form->type;
   return true;
 }
@@ -232,23 +217,27 @@ bool Volume::CGIRenderVolPath(std::string id, char* buf, int size, _tag_vol_id_&
     LogError("%s:%d Bad parameters: %s", id.c_str());
     return false;
   }
+  std::string path;
   switch (id[0]) {
     case 'X':
       out = {SaturatedInt(id.c_str() + 1), KEST_VOL_EXPANSION};
-      Write(buf, size, "%s%d", kExpansion, out.number);
+      path = kExpansion + std::to_string(out.number);
       break;
     case 'U':
       out = {SaturatedInt(id.c_str() + 1), KEST_VOL_USB};
-      Write(buf, size, "%s%d%s%s", kUsb, out.number, native ? "" : "/", native ? "" : kUsbShare);
+      path = kUsb + std::to_string(out.number);
+      if (!native) path += std::string("/") + kUsbShare;
       break;
     case 'S':
       out = {0, KEST_VOL_SATA};
-      Write(buf, size, "%s%s%s", kSata, native ? "" : "/", native ? "" : kSataShare);
+      path = kSata;
+      if (!native) path += std::string("/") + kSataShare;
       break;
     default:
       out = {SaturatedInt(id.c_str()), KEST_VOL_INTERNAL};
-      Write(buf, size, "%s%d", kInternal, out.number);
+      path = kInternal + std::to_string(out.number);
   }
+  Write(path, buf, size);
   return true;
 }
 
@@ -267,7 +256,6 @@ bool Volume::CGIRenderVolPath(char* path, char* buf, int size) {
   const char* const slash = std::strrchr(path, '/');
   if (slash == nullptr) return false;
   // A copy: path and buffer may be the same memory, and path may be constant.
-  const std::string directory(path, static_cast<size_t>(slash - path));
-  Write(buf, size, "%s", directory.c_str());
+  Write(std::string(path, static_cast<size_t>(slash - path)), buf, size);
   return true;
 }

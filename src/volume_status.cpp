@@ -2,11 +2,10 @@
 #include <strings.h>
 
 #include <cinttypes>
-#include <cstdarg>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 
+#include "internal/bounded_text.h"
 #include "internal/log.h"
 #include "platform/klib.h"
 #include "string_bundle.h"
@@ -24,6 +23,8 @@ constexpr uint32_t kEveryExternal = KEST_VOL_USB | KEST_VOL_SATA;
 constexpr double kKibi = 1024.0;
 constexpr char kFactorySettings[] = "/etc.defaults/kestinfo.conf";
 
+using tarvel_internal::BoundedText;
+
 enum DisplayType { kNoVolume = 0, kOneVolume = 1, kSeveralVolumes = 2, kCrashed = 3, kExpanding = 4 };
 enum DiskFlag { kInSpace = 1, kSpaceCrashed = 2, kSystemPartition = 4, kSystemCrashed = 8 };
 
@@ -38,16 +39,6 @@ constexpr DisplayWord kDisplayWords[] = {
     {kExpanding, "expanding", "volume_expand_progress"},
     {kNoVolume, "no_volume", "volume_novolume"},
 };
-
-// A text as a label's buffer holds it.
-__attribute__((format(printf, 1, 2))) std::string Label(const char* format, ...) {
-  char text[kLabelBytes];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  return text;
-}
 
 StringBundle OpenTexts(const char* first, const char* second) {
   return StringBundle(const_cast<char*>(first), const_cast<char*>(second), nullptr, nullptr, nullptr, nullptr);
@@ -73,15 +64,17 @@ struct ListWords {
 std::string ListLabel(const KESTMOUNTVOL& volume, const ListWords& words) {
   const double free_gib = static_cast<double>(volume.freeBytes) / kKibi / kKibi / kKibi;
   if (volume.location == KEST_VOL_USB) {
-    return Label("%s%d (%s%s %4.2f %s )", "usbshare", volume.number, words.free_size, words.colon, free_gib,
-                 words.unit);
+    return BoundedText<kLabelBytes>("%s%d (%s%s %4.2f %s )", "usbshare", volume.number, words.free_size, words.colon,
+                                    free_gib, words.unit);
   }
   if (volume.location == KEST_VOL_SATA) {
-    return Label("%s (%s%s %4.2f %s )", "satashare", words.free_size, words.colon, free_gib, words.unit);
+    return BoundedText<kLabelBytes>("%s (%s%s %4.2f %s )", "satashare", words.free_size, words.colon, free_gib,
+                                    words.unit);
   }
   const bool expansion = volume.location == KEST_VOL_EXPANSION;
-  return Label("%s %d (%s%s%s%s %4.2f %s )", words.volume, volume.number, expansion ? words.expansion : "",
-               expansion ? ", " : "", words.free_size, words.colon, free_gib, words.unit);
+  return BoundedText<kLabelBytes>("%s %d (%s%s%s%s %4.2f %s )", words.volume, volume.number,
+                                  expansion ? words.expansion : "", expansion ? ", " : "", words.free_size, words.colon,
+                                  free_gib, words.unit);
 }
 
 // The record of the system's RAIDs, given back whatever the platform answered.
@@ -210,8 +203,9 @@ bool Volume::AddCrashedExternalVolToList(Json::Value& /*result*/, Json::Value& i
   std::string id;
   CGIRenderVolID(service_.path, id);
   item["value"] = id + "_bad";
-  item["display"] = volume.location == KEST_VOL_USB ? Label("%s%d (%s)", "usbshare", volume.number, crashed)
-                                                    : Label("%s (%s)", "satashare", crashed);
+  item["display"] = volume.location == KEST_VOL_USB
+                        ? BoundedText<kLabelBytes>("%s%d (%s)", "usbshare", volume.number, crashed)
+                        : BoundedText<kLabelBytes>("%s (%s)", "satashare", crashed);
   return true;
 }
 
