@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "internal/log.h"
+#include "internal/mounted_volumes.h"
 #include "platform/kestdir.h"
 #include "platform/kestsched.h"
 #include "platform/klib.h"
@@ -114,12 +115,11 @@ bool SDK::Storage::SetQuota(const char* name, const std::string& path, _tag_KEST
 
 std::vector<std::string> SDK::Storage::EnumVolumeID(bool writableOnly) {
   std::vector<std::string> ids;
-  KESTMOUNTVOL* const list = KESTMountVolInfoEnum(0);
-  for (const KESTMOUNTVOL* volume = list; volume != nullptr; volume = volume->next) {
+  const tarvel_internal::MountedVolumes list;
+  for (const KESTMOUNTVOL* volume = list.first(); volume != nullptr; volume = volume->next) {
     std::string id;
     if (writableOnly && volume->writable == 0) continue;
     if (Volume::CGIRenderVolID(volume->path, id)) ids.push_back(id);
   }
-  KESTMountVolInfoFree(list);
   return ids;
 }

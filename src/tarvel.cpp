@@ -14,6 +14,7 @@
 #include "internal/buffer.h"
 #include "internal/json_text.h"
 #include "internal/log.h"
+#include "internal/mounted_volumes.h"
 #include "platform/kestdir.h"
 #include "platform/keststorage.h"
 
@@ -34,20 +35,7 @@ constexpr char kMakeModuleDir[] = "/bin/mkdir -p /tmp/tarvel/modules";
 constexpr char kConfigFile[] = "/usr/kest/etc/tarvel.cfg";
 
 using tarvel_internal::Buffer;
-
-// Not a smart pointer: the platform's release is called for an empty list too.
-class MountedVolumes {
- public:
-  MountedVolumes() : first_(KESTMountVolInfoEnum(0)) {}
-  ~MountedVolumes() { KESTMountVolInfoFree(first_); }
-  MountedVolumes(const MountedVolumes&) = delete;
-  MountedVolumes& operator=(const MountedVolumes&) = delete;
-
-  const KESTMOUNTVOL* first() const { return first_; }
-
- private:
-  KESTMOUNTVOL* first_;
-};
+using tarvel_internal::MountedVolumes;
 
 class OpenFile {
  public:

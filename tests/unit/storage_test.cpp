@@ -2,9 +2,12 @@
 
 #include <climits>
 #include <cstring>
+#include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "support/allocations.h"
 #include "support/mock_kestdir.h"
 #include "support/mock_kestsched.h"
 #include "support/mock_keststorage.h"
@@ -358,9 +361,25 @@ TEST_F(VolumeIdListTest, AVolumeWithoutIdentifierIsLeftOut) {
   EXPECT_THAT(ListOf({Mounted("/mnt", 1), Mounted("/volume1", 1), Mounted("", 1)}, false), ElementsAre("1"));
 }
 
+TEST_F(VolumeIdListTest, WithoutMemoryTheListIsGivenBackAllTheSame) {
+  constexpr int kVolumes = 16;  // each takes memory, so that every failure below is met
+  std::vector<KESTMOUNTVOL> volumes(kVolumes, Mounted("/volumeUSB1/usbshare", 1));
+  for (size_t i = 1; i < volumes.size(); ++i) volumes[i - 1].next = &volumes[i];
+  for (int successes = 0; successes < kVolumes; ++successes) {
+    std::optional<FailingNew> failing;
+    EXPECT_CALL(storage(), KESTMountVolInfoEnum(0)).WillOnce([&](int) {
+      failing.emplace(successes);
+      return volumes.data();
+    });
+    EXPECT_THROW(SDK::Storage::EnumVolumeID(false), std::bad_alloc) << successes;
+  }
+}
+
 TEST_F(VolumeIdListTest, WithoutVolumesItIsEmpty) {
   EXPECT_THAT(ListOf({}, false), IsEmpty());
   EXPECT_THAT(ListOf({}, true), IsEmpty());
+  EXPECT_THAT(Calls(), ElementsAre("KESTMountVolInfoEnum", "KESTMountVolInfoFree", "KESTMountVolInfoEnum",
+                                   "KESTMountVolInfoFree"));
 }
 
 }  // namespace
