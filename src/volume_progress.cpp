@@ -1,5 +1,6 @@
 // Progress of a volume's building, as the worker records it.
 #include <cstdio>
+#include <utility>
 
 #include "internal/log.h"
 #include "platform/klib.h"
@@ -56,7 +57,7 @@ bool Volume::ReadActionFile(Tarvel& ctx, _tag_cgi_volume_action_& action) {
     LogError("%s:%d Failed to read 'volume' progress files, some member is lost");
     return false;
   }
-  action = filled;
+  action = std::move(filled);
   return true;
 }
 

@@ -127,6 +127,42 @@ TEST_F(TarvelModuleDataTest, ARecordOfAMegabyteAndAByteReadsFalseAndIsLogged) {
   ExpectLogged("tarvel (#) Can't read file > 1MB.");
 }
 
+// Each call that a write makes, in turn. What cannot be opened or renamed leaves the record before; what cannot be
+// written leaves an empty one, which reads as none: writes are not checked.
+TEST_F(TarvelModuleDataTest, AWriteLeavesAWholeRecordOrNoneWhateverFails) {
+  const struct {
+    const char* call;
+    const char* left;
+  } rows[] = {{"stat", "{'a': 2}"},   {"fopen", "{'a': 1}"},  {"fputs", nullptr},
+              {"fclose", "{'a': 2}"}, {"rename", "{'a': 1}"}, {"nothing", "{'a': 2}"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.call);
+    EXPECT_TRUE(Request().WriteModuleData("volume", value_));
+    Json::Value next = Doc("{'a': 2}");
+    if (row.call != std::string("nothing")) machine().FailNext(row.call, ENOSPC);
+    EXPECT_TRUE(Request().WriteModuleData("volume", next));
+    if (row.call == std::string("fopen")) {
+      ExpectLogged("tarvel(#) Failed to fopen /tmp/tarvel/modules/volume.tmp, reason=No space left on device.\n");
+    }
+    Json::Value read;
+    EXPECT_EQ(row.left != nullptr, Request().ReadModuleData("volume", read));
+    if (row.left != nullptr) {
+      EXPECT_EQ(Doc(row.left), read);
+    }
+  }
+}
+
+TEST_F(TarvelModuleDataTest, WithoutMemoryTheRecordBeforeStays) {
+  EXPECT_TRUE(Request().WriteModuleData("volume", value_));
+  Json::Value next = Doc("{'a text that is too long to need no memory': 2}");
+  const int failures = FailuresUntilItSucceeds([&] {
+    EXPECT_EQ("{\n   \"a\" : 1\n}\n", FileContent(kModules + "/volume"));
+    Request().WriteModuleData("volume", next);
+  });
+  EXPECT_GE(failures, 5);
+  EXPECT_EQ("{\n   \"a text that is too long to need no memory\" : 2\n}\n", FileContent(kModules + "/volume"));
+}
+
 TEST_F(TarvelModuleDataTest, ABrokenRecordReadsFalseSilently) {
   WriteFile(kModules + "/draft", "{\"a\": ");
   EXPECT_FALSE(Request().ReadModuleData("draft", out_));

@@ -1,10 +1,16 @@
 // Volumes: the progress of building one.
 
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <filesystem>
 #include <memory>
+#include <new>
 #include <string>
 
+#include "support/allocations.h"
 #include "support/mock_keststorage.h"
 #include "support/mock_klib.h"
 #include "tarvel_fixture.h"
@@ -22,7 +28,10 @@ constexpr char kLost[] = "volume:# Failed to read 'volume' progress files, some 
 static_assert(offsetof(_tag_cgi_volume_action_, pid) == 0 && offsetof(_tag_cgi_volume_action_, volPath) == 4 &&
               offsetof(_tag_cgi_volume_action_, inProgressDevPath) == 68 &&
               offsetof(_tag_cgi_volume_action_, action) == 324 && offsetof(_tag_cgi_volume_action_, step) == 328 &&
-              offsetof(_tag_cgi_volume_action_, status) == 332 && offsetof(_tag_cgi_volume_action_, errSection) == 336);
+              offsetof(_tag_cgi_volume_action_, status) == 332 &&
+              offsetof(_tag_cgi_volume_action_, errSection) == 336 &&
+              offsetof(_tag_cgi_volume_action_, errKey) == 336 + sizeof(std::string) &&
+              offsetof(_tag_cgi_volume_action_, errLine) == 336 + 2 * sizeof(std::string));
 
 // All fields in one text.
 std::string Show(const _tag_cgi_volume_action_& action) {
@@ -83,6 +92,12 @@ TEST_F(VolumeProgressTest, AFailuresTextMayBePartlyMissing) {
   RecordsDoc("{'pid': 7, 'vol_path': '/volume1', 'action': 2, 'step': 3, 'status': 3, 'errno': {'key': 'broken'}}");
   EXPECT_TRUE(Read());
   EXPECT_EQ("7 /volume1 dev 2 3 3  broken 0", Show(action_));
+}
+
+TEST_F(VolumeProgressTest, AFailuresTextMayBeNull) {
+  RecordsDoc("{'pid': 7, 'vol_path': '/volume1', 'action': 2, 'step': 3, 'status': 3, 'errno': null}");
+  EXPECT_TRUE(Read());
+  EXPECT_EQ("7 /volume1 dev 2 3 3   0", Show(action_));
 }
 
 TEST_F(VolumeProgressTest, OnlyAFailuresTextIsRead) {
@@ -190,6 +205,104 @@ TEST_F(VolumeProgressTest, ARecordThatIsTooDeepIsNone) {
   Records("{\"pid\": " + std::string(1500, '[') + std::string(1500, ']') + "}");
   EXPECT_FALSE(Read());
   EXPECT_EQ(kUntouched, Show(action_));
+}
+
+// A record as others may have written it: its bytes, and whether it is read all the same.
+struct FileRow {
+  int line;
+  std::string bytes;
+  bool read;
+};
+
+TEST_F(VolumeProgressTest, ARecordMayHaveAnyShapeOfAFile) {
+  const std::string record = Doc(kMinimal).toStyledString();
+  std::string dos_lines;
+  for (const char byte : record) dos_lines += byte == '\n' ? std::string("\r\n") : std::string(1, byte);
+  const std::string one_line = R"({"pid":7,"vol_path":"/volume1","action":2,"step":3,"status":1,"pad":")";
+  const std::string padding(1048576 - one_line.size() - 2, 'x');
+  const FileRow rows[] = {
+      {__LINE__, record, true},
+      {__LINE__, record.substr(0, record.size() - 1), true},  // no final newline
+      {__LINE__, dos_lines, true},
+      {__LINE__, "// the worker's own note\n" + record, true},
+      {__LINE__, record + record, true},  // the reader ends with the first document
+      {__LINE__, record + std::string(1, '\0') + "rest", true},
+      {__LINE__, one_line + padding + "\"}", true},  // a line of 1 MiB
+      {__LINE__, record.substr(0, record.size() / 2), false},
+      {__LINE__, std::string(1, '\0') + record, false},
+      {__LINE__, record.substr(0, 20) + std::string(1, '\0') + record.substr(20), false},
+      {__LINE__, "\xef\xbb\xbf" + record, false},  // a byte-order mark
+      {__LINE__, "'" + record, false},
+  };
+  for (const FileRow& row : rows) {
+    SCOPED_TRACE(::testing::Message() << __FILE__ << ":" << row.line);
+    _tag_cgi_volume_action_ action;
+    Records(row.bytes);
+    EXPECT_EQ(row.read, Volume::ReadActionFile(Request(), action));
+    EXPECT_EQ(row.read ? "7 /volume1  2 3 1   0" : "0   0 0 0   0", Show(action));
+  }
+  Records(one_line + padding + "x\"}");
+  EXPECT_FALSE(Read());
+  ExpectLogged("tarvel (#) Can't read file > 1MB.");
+  EXPECT_EQ(kUntouched, Show(action_));
+}
+
+TEST_F(VolumeProgressTest, ARecordThatCannotBeReadIsNone) {
+  RecordsDoc(kMinimal);
+  const std::string bytes = std::to_string(FileContent(kRecord).size());
+  const struct {
+    const char* call;
+    std::string message;
+  } rows[] = {{"open", "Failed to open /tmp/tarvel/modules/volume. (Input/output error)"},
+              {"fstat", "Failed to stat file. (Input/output error)"},
+              {"malloc", "Failed to malloc(" + bytes + ")."},
+              {"read", "read file failed. (-1) != (" + bytes + "), errno=Input/output error"}};
+  for (const auto& row : rows) {
+    machine().FailNext(row.call, EIO);
+    EXPECT_FALSE(Read()) << row.call;
+    ExpectLogged("tarvel (#) " + row.message);
+    machine().FailNext(row.call, EIO);
+    EXPECT_FALSE(Volume::IsVolBuilding(Request())) << row.call;
+    ExpectLogged("tarvel (#) " + row.message);
+  }
+  EXPECT_EQ(kUntouched, Show(action_));
+}
+
+TEST_F(VolumeProgressTest, AFolderIsNoRecord) {
+  const std::string folder = machine().RealPath(kRecord);
+  std::filesystem::create_directories(folder);
+  struct stat info;
+  ASSERT_EQ(0, stat(folder.c_str(), &info));
+  EXPECT_FALSE(Read());
+  ExpectLogged("tarvel (#) read file failed. (-1) != (" + std::to_string(info.st_size) + "), errno=Is a directory");
+  EXPECT_EQ(kUntouched, Show(action_));
+}
+
+TEST_F(VolumeProgressTest, TextsEndAtANul) {
+  Records(R"({"pid": 7, "vol_path": "/vol\u0000ume1", "action": 2, "step": 3, "status": 1})");
+  EXPECT_TRUE(Read());
+  EXPECT_EQ("7 /vol dev 2 3 1 section key 8", Show(action_));
+}
+
+TEST_F(VolumeProgressTest, WithoutMemoryTheFieldsStayAsTheyWere) {
+  const std::string section(40, 's'), key(40, 'k');
+  RecordsDoc("{'pid': 7, 'vol_path': '/volume1', 'action': 2, 'step': 3, 'status': 3, 'errno': {'section': '" +
+             section + "', 'key': '" + key + "', 'line': 5}}");
+  Tarvel& request = Request();
+  int failures = 0;
+  for (bool failed = true; failed; ++failures) {
+    ASSERT_LT(failures, 1000);
+    EXPECT_EQ(kUntouched, Show(action_));
+    try {
+      const FailingNew failing(failures);
+      failed = false;
+      EXPECT_TRUE(Volume::ReadActionFile(request, action_));
+    } catch (const std::bad_alloc&) {
+      failed = true;
+    }
+  }
+  EXPECT_GE(failures, 20);
+  EXPECT_EQ("7 /volume1 dev 2 3 3 " + section + " " + key + " 5", Show(action_));
 }
 
 TEST_F(VolumeProgressTest, AVolumeIsBuiltWhileItsWorkerLives) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 extern "C" {
 void* RealMallocForNew(size_t bytes) __asm__("__real_malloc");
@@ -47,6 +48,10 @@ namespace tarvel_test {
 FailingNew::FailingNew(int successes) { successes_left = successes; }
 
 FailingNew::~FailingNew() { successes_left = kNever; }
+
+SteadyNew::SteadyNew() : successes_(std::exchange(successes_left, kNever)) {}
+
+SteadyNew::~SteadyNew() { successes_left = successes_; }
 
 long LiveAllocations() { return live; }
 

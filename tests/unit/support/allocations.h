@@ -13,6 +13,19 @@ class FailingNew {
   FailingNew& operator=(const FailingNew&) = delete;
 };
 
+/// While it lives every `new` succeeds and none is counted by FailingNew: for the tests' own bookkeeping inside a call
+/// of the library's, where not even an exception could pass.
+class SteadyNew {
+ public:
+  SteadyNew();
+  ~SteadyNew();
+  SteadyNew(const SteadyNew&) = delete;
+  SteadyNew& operator=(const SteadyNew&) = delete;
+
+ private:
+  int successes_;
+};
+
 /// Blocks from `new` that are not deleted yet.
 long LiveAllocations();
 

@@ -21,6 +21,7 @@
 #include <filesystem>
 #include <string>
 
+#include "support/allocations.h"
 #include "support/machine.h"
 
 #if __SIZEOF_POINTER__ == 4
@@ -112,16 +113,21 @@ constexpr char kBlock[] = "block from malloc";
 constexpr char kPattern[] = "compiled pattern";
 constexpr char kMakeDirectory[] = "/bin/mkdir -p ";
 
-// Notes the call; true when the test wants it to fail.
-bool Fails(const char* call, const std::string& arguments) {
+// Notes the call with its arguments; true when the test wants it to fail.
+template <typename... Arguments>
+bool Fails(const char* call, const Arguments&... arguments) {
   Machine* machine = Machine::Current();
   if (machine == nullptr) return false;
-  machine->Note(arguments.empty() ? call : std::string(call) + " " + arguments);
+  const tarvel_test::SteadyNew steady;
+  std::string note = call;
+  ((note += " ", note += arguments), ...);
+  machine->Note(note);
   return machine->Fails(call);
 }
 
 std::string RealPath(const char* path) {
   const Machine* machine = Machine::Current();
+  const tarvel_test::SteadyNew steady;
   return machine == nullptr ? path : machine->RealPath(path);
 }
 
@@ -147,7 +153,7 @@ void Exchanged(const void* before, void* after) {
 // The test program itself stays in its session: it may be run from a terminal.
 pid_t WrapSetsid() {
   if (Machine::Current() == nullptr) return RealSetsid();
-  return Fails("setsid", "") ? -1 : 4711;
+  return Fails("setsid") ? -1 : 4711;
 }
 
 int WrapOpen(const char* path, int flags, ...) {
@@ -163,7 +169,7 @@ int WrapStat(const char* path, struct stat* info) {
   return Fails("stat", path) ? -1 : RealStat(RealPath(path).c_str(), info);
 }
 
-int WrapFstat(int fd, struct stat* info) { return Fails("fstat", "") ? -1 : RealFstat(fd, info); }
+int WrapFstat(int fd, struct stat* info) { return Fails("fstat") ? -1 : RealFstat(fd, info); }
 
 ssize_t WrapRead(int fd, void* buffer, size_t bytes) {
   if (Fails("read", std::to_string(bytes))) return -1;
@@ -173,7 +179,7 @@ ssize_t WrapRead(int fd, void* buffer, size_t bytes) {
 }
 
 int WrapClose(int fd) {
-  const bool fails = Fails("close", "");
+  const bool fails = Fails("close");
   const int result = RealClose(fd);
   return fails ? -1 : result;
 }
@@ -197,7 +203,7 @@ void WrapFree(void* block) {
 }
 
 FILE* WrapFopen(const char* path, const char* mode) {
-  if (Fails("fopen", std::string(path) + " " + mode)) return nullptr;
+  if (Fails("fopen", path, mode)) return nullptr;
   return RealFopen(RealPath(path).c_str(), mode);
 }
 
@@ -241,28 +247,28 @@ int WrapGethostname(char* name, size_t bytes) {
 
 pid_t WrapGetpid() {
   if (Machine::Current() == nullptr) return RealGetpid();
-  return Fails("getpid", "") ? 0 : 0xabc;
+  return Fails("getpid") ? 0 : 0xabc;
 }
 
 time_t WrapTime(time_t* out) {
   if (Machine::Current() == nullptr) return RealTime(out);
-  return Fails("time", "") ? -1 : 0x553f100;
+  return Fails("time") ? -1 : 0x553f100;
 }
 
-int WrapFputs(const char* text, FILE* file) { return Fails("fputs", "") ? EOF : RealFputs(text, file); }
+int WrapFputs(const char* text, FILE* file) { return Fails("fputs") ? EOF : RealFputs(text, file); }
 
 char* WrapStrdup(const char* text) {
   return Fails("strdup", text) ? nullptr : static_cast<char*>(Tracked(RealStrdup(text)));
 }
 
 int WrapFclose(FILE* file) {
-  const bool fails = Fails("fclose", "");
+  const bool fails = Fails("fclose");
   const int result = RealFclose(file);
   return fails ? EOF : result;
 }
 
 int WrapRename(const char* from, const char* to) {
-  if (Fails("rename", std::string(from) + " " + to)) return -1;
+  if (Fails("rename", from, to)) return -1;
   return RealRename(RealPath(from).c_str(), RealPath(to).c_str());
 }
 
@@ -284,18 +290,18 @@ ssize_t WrapGetdelim(char** line, size_t* room, int end, FILE* file) {
 }
 
 int WrapMkdir(const char* path, mode_t mode) {
-  if (Fails("mkdir", std::string(path) + " " + Octal(mode))) return -1;
+  if (Fails("mkdir", path, Octal(mode))) return -1;
   return RealMkdir(RealPath(path).c_str(), mode);
 }
 
 // Only a superuser could do it.
 int WrapChown(const char* path, uid_t user, gid_t group) {
   if (Machine::Current() == nullptr) return RealChown(path, user, group);
-  return Fails("chown", std::string(path) + " " + std::to_string(user) + " " + std::to_string(group)) ? -1 : 0;
+  return Fails("chown", path, std::to_string(user), std::to_string(group)) ? -1 : 0;
 }
 
 int WrapChmod(const char* path, mode_t mode) {
-  if (Fails("chmod", std::string(path) + " " + Octal(mode))) return -1;
+  if (Fails("chmod", path, Octal(mode))) return -1;
   return RealChmod(RealPath(path).c_str(), mode);
 }
 
@@ -314,7 +320,7 @@ int WrapSystem(const char* command) {
 // GoogleTest compiles patterns too, inside and outside of tests; they come and go in pairs. A failure leaves what glibc
 // leaves where memory ends half-way: no pattern, and the sub-expressions that it had counted.
 int WrapRegcomp(regex_t* compiled, const char* pattern, int flags) {
-  if (Fails("regcomp", std::string(pattern) + " " + std::to_string(flags))) {
+  if (Fails("regcomp", pattern, std::to_string(flags))) {
     *compiled = {};
     compiled->re_nsub = 1;
     return errno;
@@ -325,13 +331,13 @@ int WrapRegcomp(regex_t* compiled, const char* pattern, int flags) {
 }
 
 int WrapRegexec(const regex_t* compiled, const char* text, size_t slots, regmatch_t* found, int flags) {
-  if (Fails("regexec", std::to_string(slots) + " " + std::to_string(flags))) return errno;
+  if (Fails("regexec", std::to_string(slots), std::to_string(flags))) return errno;
   return RealRegexec(compiled, text, slots, found, flags);
 }
 
 // A pattern that could not be compiled may be released as well.
 void WrapRegfree(regex_t* compiled) {
   if (Machine::Current() != nullptr) Machine::Current()->ledger().GiveIfHeld(kPattern, compiled);
-  Fails("regfree", "");
+  Fails("regfree");
   RealRegfree(compiled);
 }

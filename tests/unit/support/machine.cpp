@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <utility>
 
+#include "support/allocations.h"
+
 namespace tarvel_test {
 
 namespace {
@@ -21,7 +23,10 @@ Machine::~Machine() { current = nullptr; }
 
 Machine* Machine::Current() { return current; }
 
-void Machine::Note(const std::string& call) { calls_.push_back(call); }
+void Machine::Note(const std::string& call) {
+  const SteadyNew steady;
+  calls_.push_back(call);
+}
 
 std::vector<std::string> Machine::TakeCalls() { return std::exchange(calls_, {}); }
 
