@@ -106,6 +106,9 @@ TEST_F(FormatTest, TheSataDiskHasCallsOfItsOwn) {
   ExpectPublished();
   EXPECT_TRUE(SDK::Storage::InitExtDisk(device_, 2, 2, share_name_, sizeof share_name_));
   EXPECT_STREQ("usbshare1", share_name_);
+  EXPECT_THAT(Calls(),
+              ElementsAre("KESTSATAVolInit", "KESTSATAGetVolInfo", "KLIBFileSetKeyValue", "KESTLogSet1",
+                          "ShareDefaultGet", "KESTShareSet", "KESTNFSRuleSetAll", "ErrServicesHup", "KESTShareFree"));
 }
 
 TEST_F(FormatTest, TheSataDiskMayFailToo) {
@@ -117,6 +120,8 @@ TEST_F(FormatTest, TheSataDiskMayFailToo) {
   EXPECT_FALSE(SDK::Storage::InitExtDisk(device_, 2, 2, share_name_, sizeof share_name_));
   ExpectLogged("storage:# format type=[2] sdq1  Failed. Error Code:11");
   EXPECT_STREQ("", share_name_);
+  EXPECT_THAT(Calls(),
+              ElementsAre("KESTSATAVolInit", "KESTSATAGetVolInfo", "KLIBErrGet", "KLIBFileSetKeyValue", "KESTLogSet1"));
 }
 
 TEST_F(FormatTest, EachFileSystemHasItsName) {
@@ -277,6 +282,9 @@ TEST_F(FormatTest, BothMayFail) {
   EXPECT_TRUE(Init());
   ExpectLogged("storage:# Failed to set share. szShareName=[usbshare1], errno=[0x12345]");
   ExpectLogged("storage:# Failed to set NFS setting of share. szSharePath=[/volumeUSB1/usbshare]");
+  EXPECT_THAT(Calls(), ElementsAre("KESTUSBVolInit", "KESTDiskUSBDevGetVolInfo", "KLIBFileSetKeyValue", "KESTLogSet1",
+                                   "ShareDefaultGet", "KESTShareSet", "KLIBErrGet", "KESTNFSRuleSetAll",
+                                   "ErrServicesHup", "KESTShareFree"));
 }
 
 TEST_F(FormatTest, ArgumentsOutOfRangeAreRefusedBeforeAnythingIsTouched) {

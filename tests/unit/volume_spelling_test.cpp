@@ -2,6 +2,8 @@
 
 #include <climits>
 #include <cstring>
+#include <map>
+#include <random>
 #include <stdexcept>
 #include <string>
 
@@ -208,23 +210,60 @@ TEST_F(VolumeIdTest, ALetterWithoutNumberIsRefused) {
   }
 }
 
+// Path to identifier and back, and the other way round.
+void ExpectThereAndBack(const std::string& path, const std::string& id) {
+  std::string told = "none";
+  Buffer<64> back;
+  EXPECT_TRUE(Volume::CGIRenderVolID(path, told)) << path;
+  EXPECT_EQ(id, told);
+  EXPECT_TRUE(Volume::CGIRenderVolPath(id, back.get(), back.size())) << id;
+  EXPECT_EQ(path, back.text());
+}
+
 TEST_F(VolumeIdTest, PathsAndIdentifiersOfOneDigitConvertThereAndBack) {
-  for (const std::string path : {"/volume1", "/volume9", "/volumeX2", "/volumeUSB2/usbshare", "/volumeUSB2",
-                                 "/volumeSATA/satashare", "/volumeSATA"}) {
+  for (int number = 0; number <= 9; ++number) {
+    const std::string digit = std::to_string(number);
+    ExpectThereAndBack("/volume" + digit, digit);
+    ExpectThereAndBack("/volumeX" + digit, "X" + digit);
+    ExpectThereAndBack("/volumeUSB" + digit + "/usbshare", "U" + digit);
+    ExpectThereAndBack("/volumeUSB" + digit, "U" + digit + "_native");
+  }
+  ExpectThereAndBack("/volumeSATA/satashare", "S");
+  ExpectThereAndBack("/volumeSATA", "S_native");
+}
+
+TEST_F(VolumeIdTest, AFolderOnAVolumeComesBackAsTheVolume) {
+  for (const auto& [path, volume] : std::map<std::string, std::string>{
+           {"/volume1/share", "/volume1"}, {"/volumeX3/a/b", "/volumeX3"}, {"/volumeUSB2/a", "/volumeUSB2"}}) {
     std::string id;
     Buffer<64> back;
-    EXPECT_TRUE(Volume::CGIRenderVolID(path, id)) << path;
-    EXPECT_TRUE(Volume::CGIRenderVolPath(id, back.get(), back.size())) << path;
-    EXPECT_EQ(path, back.text());
+    EXPECT_TRUE(Volume::CGIRenderVolID(path, id));
+    EXPECT_TRUE(Volume::CGIRenderVolPath(id, back.get(), back.size()));
+    EXPECT_EQ(volume, back.text());
   }
 }
 
+// Identifiers of pages have one digit; a longer number goes from the identifier to the path whole, and back by its
+// first digit only.
 TEST_F(VolumeIdTest, AVolumeAboveNineComesBackAsItsFirstDigit) {
-  std::string id;
-  Buffer<64> back;
-  EXPECT_TRUE(Volume::CGIRenderVolID("/volume12", id));
-  EXPECT_TRUE(Volume::CGIRenderVolPath(id, back.get(), back.size()));
-  EXPECT_EQ("/volume1", back.text());
+  std::mt19937 random(4711);
+  for (int round = 0; round < 200; ++round) {
+    const std::string number = std::to_string(std::uniform_int_distribution<int>(10, INT_MAX)(random));
+    const std::string first = number.substr(0, 1);
+    const struct {
+      std::string letter, before, behind;
+    } forms[] = {{"", "/volume", ""}, {"X", "/volumeX", ""}, {"U", "/volumeUSB", "/usbshare"}};
+    for (const auto& form : forms) {
+      Buffer<64> whole, back;
+      std::string id;
+      EXPECT_TRUE(Volume::CGIRenderVolPath(form.letter + number, whole.get(), whole.size()));
+      EXPECT_EQ(form.before + number + form.behind, whole.text());
+      EXPECT_TRUE(Volume::CGIRenderVolID(whole.text(), id));
+      EXPECT_EQ(form.letter + first, id);
+      EXPECT_TRUE(Volume::CGIRenderVolPath(id, back.get(), back.size()));
+      EXPECT_EQ(form.before + first + form.behind, back.text());
+    }
+  }
 }
 
 class FilePathTest : public VolumeTest {};
@@ -459,18 +498,41 @@ TEST_F(SpaceIdTest, PathsAreCutToTheirBufferAndNamesTo255BytesOfTheIdentifier) {
   EXPECT_EQ(std::string(249, 'l'), large.text());
 }
 
-TEST_F(SpaceIdTest, IdentifiersOfVolumesAndLunsConvertThereAndBack) {
-  Parses("/volumeX3", 1, {3, KEST_VOL_EXPANSION});
-  Buffer<64> path;
+TEST_F(SpaceIdTest, EveryVolumesPathConvertsThereAndBack) {
+  std::mt19937 random(4711);
+  for (int round = 0; round < 200; ++round) {
+    const int number = round < 12 ? round : std::uniform_int_distribution<int>(12, INT_MAX)(random);
+    for (const auto location : {KEST_VOL_INTERNAL, KEST_VOL_EXPANSION}) {
+      const std::string path = (location == KEST_VOL_INTERNAL ? "/volume" : "/volumeX") + std::to_string(number);
+      Parses(path, 1, {number, location});
+      Buffer<64> back;
+      _space_type_ type = kNoType;
+      const std::string id = Volume::ToUISpaceID(KEST_SPACE_VOLUME, path.c_str());
+      EXPECT_TRUE(Volume::ToSpacePath(id.c_str(), back.get(), back.size(), type)) << id;
+      EXPECT_EQ(path, back.text());
+      EXPECT_EQ(KEST_SPACE_VOLUME, type);
+    }
+  }
+}
+
+// Every byte but NUL; an empty name is the one that does not come back, and a long one comes back cut.
+TEST_F(SpaceIdTest, NamesOfLunsOfAnyBytesConvertThereAndBack) {
+  std::mt19937 random(4711);
+  for (size_t length = 1; length < 300; ++length) {
+    std::string name;
+    while (name.size() < length) name += static_cast<char>(std::uniform_int_distribution<int>(1, 255)(random));
+    Buffer<512> back;
+    _space_type_ type = kNoType;
+    const std::string id = Volume::ToUISpaceID(KEST_SPACE_ISCSI, name.c_str());
+    EXPECT_TRUE(Volume::ToSpacePath(id.c_str(), back.get(), back.size(), type)) << id;
+    EXPECT_EQ(name.substr(0, 249), back.text());
+    EXPECT_EQ(KEST_SPACE_ISCSI, type);
+  }
+  Buffer<512> back("as before");
   _space_type_ type = kNoType;
-  EXPECT_TRUE(
-      Volume::ToSpacePath(Volume::ToUISpaceID(KEST_SPACE_VOLUME, "/volumeX3").c_str(), path.get(), path.size(), type));
-  EXPECT_EQ("/volumeX3", path.text());
-  EXPECT_EQ(KEST_SPACE_VOLUME, type);
-  EXPECT_TRUE(
-      Volume::ToSpacePath(Volume::ToUISpaceID(KEST_SPACE_ISCSI, "lun7").c_str(), path.get(), path.size(), type));
-  EXPECT_EQ("lun7", path.text());
-  EXPECT_EQ(KEST_SPACE_ISCSI, type);
+  EXPECT_FALSE(Volume::ToSpacePath(Volume::ToUISpaceID(KEST_SPACE_ISCSI, "").c_str(), back.get(), back.size(), type));
+  ExpectLogged("volume:# bad parameters type: space: iscsi_");
+  EXPECT_EQ("as before", back.text());
 }
 
 class VolumeLabelTest : public VolumeTest {
