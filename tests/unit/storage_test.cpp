@@ -195,13 +195,19 @@ TEST_F(FormatTest, ALabelHas31BytesAtMost) {
 }
 
 TEST_F(FormatTest, TheSharesNameIsCutToItsBufferAndOnlyThere) {
-  Formats(0);
-  ReadsVolume(0);
-  ExpectDone("Stick");
-  ShareGets(0);
-  ExpectPublished();
-  EXPECT_TRUE(Init(4));
-  EXPECT_STREQ("usb", share_name_);
+  const struct {
+    int size;
+    const char* name;
+  } rows[] = {{10, "usbshare1"}, {9, "usbshare"}, {4, "usb"}, {1, ""}};
+  for (const auto& row : rows) {
+    Formats(0);
+    ReadsVolume(0);
+    ExpectDone("Stick");
+    ShareGets(0);
+    ExpectPublished();
+    EXPECT_TRUE(Init(row.size));
+    EXPECT_STREQ(row.name, share_name_);
+  }
 }
 
 TEST_F(FormatTest, WithoutABufferItsSizeIsOfNoAccount) {

@@ -168,7 +168,10 @@ TEST_F(ExternalVolumeTest, AServiceThatMayNotLiveOnOneIsNotLookedAt) {
   EXPECT_FALSE(IsLost(VolumesOf(service)));
 }
 
-TEST_F(ExternalVolumeTest, NeitherIsAServiceWithoutAVolume) { EXPECT_FALSE(IsLost(VolumesOf(Service("")))); }
+TEST_F(ExternalVolumeTest, NeitherIsAServiceWithoutAVolume) {
+  EXPECT_FALSE(IsLost(VolumesOf(Service(""))));
+  EXPECT_TRUE(IsLost(VolumesOf(Service("/")))) << "the shortest path is one";
+}
 
 TEST_F(ExternalVolumeTest, OnceLostItStaysLost) {
   HasVolumes({Usb(1)});
