@@ -4,6 +4,7 @@
 #include <cinttypes>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include "internal/bounded_text.h"
 #include "internal/log.h"
@@ -186,7 +187,7 @@ bool Volume::VolumeListGet(Json::Value& result, bool withExpansion) {
     list.append(item);
     ++count;
   }
-  result["volume_list"] = list;
+  result["volume_list"] = std::move(list);
   result["volume_count"] = count;
   return true;
 }
