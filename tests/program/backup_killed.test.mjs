@@ -13,13 +13,17 @@ let usual_ms;
 const apply = (fields) => run("backup", { form: { action: "apply", ...nightly, ...fields }, cookie }).json;
 const change = (action, more) => run("backup_change", { form: { action, name: "photos", ...more }, cookie }).json;
 
+function timeOf(action) {
+  const begin = performance.now();
+  action();
+  return performance.now() - begin;
+}
+
 before(() => {
   makeAccounts();
   cookie = login();
-  apply({ name: "another" });
-  const begin = performance.now();
-  apply({ name: "other" });
-  usual_ms = performance.now() - begin;
+  // The shortest of some: on a busy machine one save may take many times as long.
+  usual_ms = Math.min(...["one", "two", "three", "four", "five"].map((name) => timeOf(() => apply({ name }))));
 });
 
 // Starts a program as a web server does, and kills it after a while unless it has ended by then.
