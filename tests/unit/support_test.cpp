@@ -12,6 +12,7 @@
 #include <memory>
 #include <new>
 
+#include "support/allocations.h"
 #include "support/mock_kestcgi.h"
 #include "support/mock_keststorage.h"
 #include "support/platform_test.h"
@@ -197,6 +198,15 @@ TEST_F(MachineTest, FailsACallAfterSoManyThatDoNot) {
     EXPECT_EQ(-1, std::remove(ScratchPath("missing").c_str()));
     EXPECT_EQ(error, errno);
   }
+}
+
+TEST_F(MachineTest, NotesCallsWithMemoryThatATestCannotTakeAway) {
+  const std::string path = "/nowhere/a path that is too long to need no memory";
+  struct stat info;
+  const FailingNew failing(0);
+  EXPECT_EQ(-1, stat(path.c_str(), &info));
+  EXPECT_THROW(needed = new int(2), std::bad_alloc) << "the first that is not the machine's own";
+  EXPECT_THAT(Calls(), ::testing::ElementsAre("stat " + path));
 }
 
 TEST_F(MachineTest, FindsFixedPathsBelowItsOwnRootAndLeavesOthers) {
