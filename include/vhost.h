@@ -13,12 +13,12 @@
 ///
 /// A list of virtual hosts is an array of objects:
 ///
-/// | member      | type   | meaning                                                    |
-/// |-------------|--------|------------------------------------------------------------|
+/// | member      | type   | meaning                                                             |
+/// |-------------|--------|---------------------------------------------------------------------|
 /// | "vhosttype" | int    | 0: an HTTP host, in the first file; 1: an HTTPS host, in the second |
-/// | "port"      | int    | TCP port                                                   |
-/// | "host"      | string | server name                                                |
-/// | "folder"    | string | name of the site's folder below "/var/services/web/"       |
+/// | "port"      | int    | TCP port                                                            |
+/// | "host"      | string | server name                                                         |
+/// | "folder"    | string | name of the site's folder below "/var/services/web/"                |
 ///
 ///     Json::Value list;
 ///     VHost::VHostInfoAllGet(list);   // the number of hosts
@@ -55,10 +55,10 @@ bool VHostValueGet(char* line, char** value);
 /// @param ports  receives the ports, in the file's order
 /// @param max    how many it can take, at least 1
 /// @return the number of ports; 0 when the file cannot be opened (logged: "Fail to open [%s] file. errno=%d/%m"); -1
-/// when
-///         an argument is null or `max` below 1 (logged: "Bad parameter!!"), when there are more than `max` (logged:
-///         "The number of virtual host port is greater than %d!!"), and when the platform cannot trim a line (logged at
-///         LOG_DEBUG: "KLIBStrTrimSpace() failed! szInput[%s], errno=[0x%04X]"); `ports` then holds those before
+///         when an argument is null or `max` below 1 (logged: "Bad parameter!!"), when there are more than `max`
+///         (logged: "The number of virtual host port is greater than %d!!"), and when the platform cannot trim a line
+///         (logged at LOG_DEBUG: "KLIBStrTrimSpace() failed! szInput[%s], errno=[0x%04X]"); `ports` then holds those
+///         before
 int VHostPortGet(const char* file, int* ports, int max);
 
 /// Reads the hosts of both files, HTTP first, each in the file's order. The appliance's own hosts, whose server name

@@ -102,9 +102,8 @@ bool IsDomainObject(const std::string& name);
 /// @param url    receives the URL, without a path
 /// @param https  protocol of the URL
 /// @param port   port number as text, taken as it is; never null
-/// @return false when the environment has no HTTP_HOST (logged: "Can't find HTTP_HOST in env"): `url` is untouched
-/// then.
-///         The host ends at its first colon, so bracketed IPv6 addresses are cut
+/// @return false when the environment has no HTTP_HOST (logged: "Can't find HTTP_HOST in env"), and `url` is then
+///         untouched. The host ends at its first colon, so bracketed IPv6 addresses are cut
 bool GetURLByProtocol(std::string& url, bool https, char* port);
 
 /// Whether ports that a service is to get belong to another service.

@@ -17,8 +17,7 @@ int ReadPorts(const char* file, int* ports, int max);
 ///
 /// @param type  "vhosttype" of its hosts, at most 1
 /// @return the number of blocks begun, less the appliance's own, perhaps negative; 0 when the file cannot be opened,
-/// and
-///         for a null path or another type (logged: "Bad parameters!!")
+///         and for a null path or another type (logged: "Bad parameters!!")
 int ReadHosts(const char* file, int type, Json::Value& list);
 
 }  // namespace tarvel_internal
