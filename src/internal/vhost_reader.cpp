@@ -76,7 +76,7 @@ class HostGatherer {
 
   /// False when the platform cannot trim a piece of the line.
   bool Take(char* line) {
-    if (*line == '\0' || *line == '#' || BeginsWith(line, kListen) || BeginsWith(line, "NameVirtualHost")) return true;
+    // Every other line says nothing of a host: empty ones, comments, and those of the ports.
     if (BeginsWith(line, "<VirtualHost")) {
       Begin(line);
     } else if (!in_default_) {

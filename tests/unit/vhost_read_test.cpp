@@ -266,6 +266,7 @@ TEST_F(VHostReadTest, AHostOutsideOfAnyBlockIsReadAndNotCounted) {
   EXPECT_EQ(Doc("[{'vhosttype': 0, 'host': 'a', 'folder': 'b'}]"), list);
   EXPECT_EQ(0, count_);
   EXPECT_EQ("", Told(Read("</VirtualHost>\n")));
+  EXPECT_EQ("", Told(Read("ServerName a\nDocumentRoot /w/b\n"))) << "without an end it is none";
 }
 
 TEST_F(VHostReadTest, ANameOfTheApplianceOutsideOfABlockTakesOneAway) {
@@ -279,6 +280,14 @@ TEST_F(VHostReadTest, ANameOfTheApplianceOutsideOfABlockTakesOneAway) {
   EXPECT_EQ(1, count_);
   EXPECT_EQ("0 81 b b",
             Told(Read(std::string(kOneHost) + "ServerName *\n" + Block("ServerName b\nDocumentRoot /b\n"))));
+}
+
+TEST_F(VHostReadTest, ANameOfTheApplianceBehindABlockTakesItsHostsPortNameAndFolderAway) {
+  TrimsLines();
+  EXPECT_EQ("0 8080 a.example a; 0 0  ; 0 81 c c",
+            Told(Read(kOneHost + Block("ServerName b\nDocumentRoot /b\n") + "ServerName *\n" +
+                      Block("ServerName c\nDocumentRoot /c\n"))));
+  EXPECT_EQ(2, count_);
 }
 
 TEST_F(VHostReadTest, AFileThatCannotBeOpenedHasNoHosts) {
