@@ -13,6 +13,7 @@
 #include <new>
 
 #include "support/allocations.h"
+#include "support/killed_process.h"
 #include "support/mock_kestcgi.h"
 #include "support/mock_keststorage.h"
 #include "support/platform_test.h"
@@ -207,6 +208,21 @@ TEST_F(MachineTest, NotesCallsWithMemoryThatATestCannotTakeAway) {
   EXPECT_EQ(-1, stat(path.c_str(), &info));
   EXPECT_THROW(needed = new int(2), std::bad_alloc) << "the first that is not the machine's own";
   EXPECT_THAT(Calls(), ::testing::ElementsAre("stat " + path));
+}
+
+TEST_F(MachineTest, KillsAProcessAtEachCallAndLeavesWhatItHadDone) {
+  std::string seen;
+  const auto look = [&] {
+    for (const char* name : {"a", "b"}) seen += FileExists(ScratchPath(name)) ? name : "-";
+    seen += " ";
+  };
+  const auto work = [this] {
+    mkdir(ScratchPath("a").c_str(), 0700);
+    mkdir(ScratchPath("b").c_str(), 0700);
+  };
+  EXPECT_EQ(2, KilledAtEachCall(work, look));
+  EXPECT_EQ("-- a- ab ", seen);
+  EXPECT_THAT(Calls(), ::testing::IsEmpty()) << "the test's own process called nothing";
 }
 
 TEST_F(MachineTest, FindsFixedPathsBelowItsOwnRootAndLeavesOthers) {

@@ -41,6 +41,13 @@ class Written {
   std::unique_ptr<FILE, Close> file_;
 };
 
+// Asked before any test, and so before anything could set the HTTP port.
+const int kAnswerForPortOneAtFirst = [] {
+  const Written file;
+  int ports[2] = {};
+  return AppendPort(file.get(), ports, 1);
+}();
+
 class VHostLinesTest : public VHostTest {
  protected:
   ~VHostLinesTest() override { SetHttpPort(0); }
@@ -82,6 +89,8 @@ TEST_F(VHostLinesTest, PortsThatAreServedAnywayAreNotWritten) {
   EXPECT_EQ(1, AppendPort(file_.get(), ports_, 5000));
 }
 
+TEST_F(VHostLinesTest, UntilItIsSetTheHttpPortIsNone) { EXPECT_EQ(1, kAnswerForPortOneAtFirst); }
+
 TEST_F(VHostLinesTest, BadArgumentsOfAPortAreLogged) {
   EXPECT_EQ(-1, AppendPort(nullptr, ports_, 81));
   ExpectLogged("vhost:# Bad parameters!!");
@@ -120,6 +129,11 @@ TEST_F(VHostLinesTest, TextsStandAsTheyAreUpToANul) {
   EXPECT_EQ(std::string("<VirtualHost *:1>\nServerName a\n%s\"<>\nDocumentRoot \"/var/services/web/../\"x\"\n") +
                 kFormats + "</VirtualHost>\n",
             file_.text());
+}
+
+TEST_F(VHostLinesTest, APortThatCannotBeWrittenIsAFailure) {
+  machine().FailNext("fputs", ENOSPC);
+  EXPECT_EQ(-1, AppendPort(file_.get(), ports_, 8080));
 }
 
 TEST_F(VHostLinesTest, ABlockWithoutAFileIsLoggedAndOneThatCannotBeWrittenIsAFailure) {

@@ -214,6 +214,37 @@ TEST_F(PortConflictTest, ALineThatCannotBeTrimmedIsAConflict) {
   ExpectLogged(std::string("webutils:# VHostPortGet() failed!! file[") + kHttpHosts + "]");
 }
 
+TEST_F(PortConflictTest, AnUnreadableHttpFileIsAConflictForEveryServiceButHttpItself) {
+  Listens(kHttpHosts, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
+  for (const char* service : {"adminUI", "ftp", "https", "download", "surveillance", "cfs", "other"}) {
+    EXPECT_EQ(1, Conflict(service, 8080, 8080)) << service;
+    ExpectLogged("vhost:# The number of virtual host port is greater than 10!!");
+    ExpectLogged(std::string("webutils:# VHostPortGet() failed!! file[") + kHttpHosts + "]");
+  }
+  EXPECT_EQ(0, Conflict("http", 8080, 8080));
+  Listens(kHttpsHosts, {8080});
+  EXPECT_EQ(1, Conflict("http", 8080, 8080)) << "it goes on to the HTTPS file";
+}
+
+TEST_F(PortConflictTest, AnUnreadableHttpsFileIsAConflictForEveryServiceButHttpsItself) {
+  Listens(kHttpsHosts, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
+  for (const char* service : {"adminUI", "ftp", "http", "download", "surveillance", "cfs", "other"}) {
+    EXPECT_EQ(1, Conflict(service, 8080, 8080)) << service;
+    ExpectLogged("vhost:# The number of virtual host port is greater than 10!!");
+    ExpectLogged(std::string("webutils:# VHostPortGet() failed!! file[") + kHttpsHosts + "]");
+  }
+  EXPECT_EQ(0, Conflict("https", 8080, 8080));
+}
+
+TEST_F(PortConflictTest, AnEarlierCheckThatHoldsComesBeforeAnUnreadableFile) {
+  Listens(kHttpHosts, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
+  for (const char* key : {"admin_port", "secure_admin_port", "ftpport", "ftphighport", "httpport"}) {
+    Setting(key, "8080");
+    EXPECT_EQ(1, Conflict("other", 8080, 8080)) << key;
+    Setting(key, "0");
+  }
+}
+
 TEST_F(PortConflictTest, AFileThatCannotBeOpenedHasNoPorts) {
   machine().FailNext("fopen", EACCES);
   machine().FailNext("fopen", EACCES);

@@ -255,7 +255,8 @@ time_t WrapTime(time_t* out) {
   return Fails("time") ? -1 : 0x553f100;
 }
 
-int WrapFputs(const char* text, FILE* file) { return Fails("fputs") ? EOF : RealFputs(text, file); }
+// Any number but a negative one says that all was written; here it is the least.
+int WrapFputs(const char* text, FILE* file) { return Fails("fputs") || RealFputs(text, file) < 0 ? EOF : 0; }
 
 char* WrapStrdup(const char* text) {
   return Fails("strdup", text) ? nullptr : static_cast<char*>(Tracked(RealStrdup(text)));

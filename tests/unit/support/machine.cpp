@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "support/allocations.h"
+#include "support/killed_process.h"
 
 namespace tarvel_test {
 
@@ -24,6 +25,7 @@ Machine::~Machine() { current = nullptr; }
 Machine* Machine::Current() { return current; }
 
 void Machine::Note(const std::string& call) {
+  DieIfDue();
   const SteadyNew steady;
   calls_.push_back(call);
 }
