@@ -1,29 +1,28 @@
 #!/usr/bin/env python3
-"""Prints what build/release/bench/texts measured: texts_table.py FILE
+"""Prints what a program with Google Benchmark measured: costs_table.py FILE THING
 
-The figures are medians of CPU time. Each cost per byte stands beside the one of the smallest text and beside that of
-one copy of as many bytes.
+THING is what a benchmark's number counts, e.g. "byte". The figures are medians of CPU time. Each cost per thing stands
+beside the one of the smallest number and beside that of the benchmark "Copy", the yardstick, with as many.
 """
 
 import json
 import sys
 
-KIBIBYTE = 1024
-
 
 def main():
-    per_byte = {}
-    for run in json.load(open(sys.argv[1]))["benchmarks"]:
+    file, thing = sys.argv[1:]
+    costs_of = {}
+    for run in json.load(open(file))["benchmarks"]:
         if run.get("aggregate_name") == "median":
-            name, size = run["run_name"].split("/")[:2]
-            per_byte.setdefault(name, {})[int(size)] = run["cpu_time"] / int(size)
-    print("| function | text | ns a byte | against the smallest text | against one copy |")
+            name, number = run["run_name"].split("/")[:2]
+            costs_of.setdefault(name, {})[int(number)] = run["cpu_time"] / int(number)
+    print(f"| function | {thing}s | ns a {thing} | against the fewest | against a copy |")
     print("|---|---|---|---|---|")
-    for name, costs in sorted(per_byte.items()):
-        smallest = costs[min(costs)]
-        for size, cost in sorted(costs.items()):
-            copy = per_byte["Copy"][size]
-            print(f"| {name} | {size // KIBIBYTE} KiB | {cost:.3f} | {cost / smallest:.2f} | {cost / copy:.1f} |")
+    for name, costs in sorted(costs_of.items()):
+        fewest = costs[min(costs)]
+        for number, cost in sorted(costs.items()):
+            copy = costs_of["Copy"][number]
+            print(f"| {name} | {number:,} | {cost:.3f} | {cost / fewest:.2f} | {cost / copy:.1f} |")
 
 
 main()

@@ -1,4 +1,4 @@
-// What filling templates in and escaping, splitting and joining of texts cost, for texts_table.py. The yardstick of
+// What filling templates in and escaping, splitting and joining of texts cost, for costs_table.py. The yardstick of
 // each is one copy of the same bytes.
 #include <benchmark/benchmark.h>
 #include <tarvel/template.h>
