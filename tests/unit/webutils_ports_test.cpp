@@ -172,6 +172,9 @@ TEST_F(PortConflictTest, SettingsAreNumbersAsFarAsTheyAreOnes) {
 TEST_F(PortConflictTest, ARangeTheWrongWayRoundHoldsNothing) {
   Setting("httpport", "80");
   EXPECT_EQ(0, Conflict("ftp", 90, 70));
+  Setting("ftplowport", "60");
+  Setting("ftphighport", "70");
+  EXPECT_EQ(1, Conflict("other", 90, 70)) << "but a range of another service may hold its upper end";
 }
 
 TEST_F(PortConflictTest, PortsOfVirtualHostsCollideExceptWithTheirOwnService) {
