@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "support/killed_process.h"
 #include "tarvel.h"
 #include "tarvel_fixture.h"
 
@@ -48,6 +49,23 @@ TEST_F(TarvelModuleDataTest, AWrittenRecordExistsAndIsReadBack) {
   EXPECT_TRUE(Request().IsModuleDataExist("draft"));
   EXPECT_TRUE(Request().ReadModuleData("draft", out_));
   EXPECT_EQ(value_, out_);
+}
+
+TEST_F(TarvelModuleDataTest, AProcessKilledAtAnyCallLeavesTheOldRecordOrTheNewOne) {
+  Tarvel& request = Request();
+  Json::Value next;
+  // More than stdio keeps back.
+  next["a"] = std::string(10000, 'x');
+  EXPECT_TRUE(request.WriteModuleData("draft", next));
+  const std::string fresh = FileContent(kModules + "/draft");
+  EXPECT_TRUE(request.WriteModuleData("draft", value_));
+  const std::string old = FileContent(kModules + "/draft");
+  const auto look = [&] {
+    const std::string now = FileContent(kModules + "/draft");
+    EXPECT_TRUE(now == old || now == fresh) << now;
+  };
+  EXPECT_EQ(5, KilledAtEachCall([&] { request.WriteModuleData("draft", next); }, look));
+  EXPECT_EQ(fresh, FileContent(kModules + "/draft"));
 }
 
 TEST_F(TarvelModuleDataTest, ADirectoryThatCannotBeMadeShowsAsAFailureToOpenTheRecord) {
