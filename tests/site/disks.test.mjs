@@ -7,8 +7,8 @@ import { test } from "node:test";
 import { promisify } from "node:util";
 import { agents } from "../program/agents.mjs";
 import { sessionCookie, withSite } from "./harness.mjs";
-import { programsOf } from "./inside.mjs";
-import { focused, tabTo } from "./person.mjs";
+import { comesTrue, programsOf } from "./inside.mjs";
+import { tabTo } from "./person.mjs";
 import { projectDir } from "./server.mjs";
 
 const kMiB = 1024 * 1024;
@@ -18,6 +18,7 @@ const title = `USB Disk 1 (${usb})`;
 const typeOf = async (path) => (await promisify(execFile)("/usr/sbin/blkid", ["-p", "-o", "value", "-s", "TYPE", path])).stdout.trim();
 const stateOf = (page, id) => page.$eval(`[data-disk="${id}"] .state`, (badge) => (badge.hidden ? "" : badge.textContent));
 const says = (page, id, words) => page.waitForFunction(([disk, wanted]) => document.querySelector(`[data-disk="${disk}"] .state`)?.textContent === wanted, [id, words]);
+const hasFocus = (page, id) => page.waitForFunction((wanted) => document.activeElement.id === wanted, id);
 const notice = (page, kind) => page.waitForSelector(`#notice.${kind}:not([hidden])`).then((element) => element.textContent());
 
 async function openDisks({ page, url, login }) {
@@ -54,10 +55,10 @@ test("A disk is formatted after a question that names it, and the page watches w
     await askFor(page, "usb1", "EXT3");
     assert.equal(await page.textContent("#question-disk"), `Everything on ${title} is lost.`);
     assert.equal(await page.textContent("#question-system"), "The disk gets the file system EXT3.");
-    assert.equal(await focused(page), "cancel");
+    await hasFocus(page, "cancel");
     await shot("question");
     await page.keyboard.press("Escape");
-    assert.equal(await focused(page), "system-usb1");
+    await hasFocus(page, "system-usb1");
     assert.equal(await stateOf(page, "usb1"), "");
 
     await askFor(page, "usb1", "EXT3");
@@ -67,7 +68,9 @@ test("A disk is formatted after a question that names it, and the page watches w
     assert.equal(await page.isVisible('[data-disk="usb1"] [role="progressbar"]'), true);
     assert.equal(await page.isVisible("#system-usb1"), false);
     for (let polls = 0; polls < 2; ++polls) await page.waitForResponse(/disks\.cgi\?poll=1$/);
-    assert.deepEqual((await programsOf(server)).map(({ name }) => name), ["disks.cgi"], "it goes on behind the answered request");
+    // The programs of the looks come and go; the one that formats stays.
+    const alone = async () => (await programsOf(server)).map(({ name }) => name).join() === "disks.cgi";
+    assert.ok(await comesTrue(alone), "it does not go on behind the answered request");
     await shot("formatting");
     await letGo(state);
     await says(page, "usb1", "Formatted");
@@ -107,26 +110,29 @@ test("What cannot be formatted is said in words", () =>
   withSite("disks-refused", async (site) => {
     const { page, shot, state } = site;
     await openDisks(site);
-    const refused = async (change, words) => {
-      await change();
-      await page.click('[data-disk="usb1"] button');
-      await page.waitForSelector("#question[open]");
-      await page.click("#confirm");
-      assert.equal(await notice(page, "error"), words);
-      await page.reload();
-      await page.waitForSelector("#disks [data-disk]");
-    };
     const named = `${state}/usr/kest/etc/external_disks.conf`;
     const name = async (lines) => {
       await writeFile(named, lines);
       if (process.getuid() === 0) await chown(named, 33, 33);
     };
-    await refused(() => name(`usb1="${usb}.other"\n`), "Another disk has come to this place. Please look at the list again.");
-    await refused(() => name('sata="/volume1/@disks/sata.img"\n').then(() => name(`usb1="${usb}.other"\n`)), "The disk is not there, or is not a disk.");
-    await name(`usb1="${usb}"\n`);
-    await page.reload();
-    await page.waitForSelector("#disks [data-disk]");
-    await refused(() => name(""), "The appliance has no such external disk any more.").catch(() => {});
+    const listed = async (lines) => {
+      await name(lines);
+      await page.reload();
+      await page.waitForSelector("#disks [data-disk]");
+    };
+    const refused = async (words) => {
+      await page.click('[data-disk="usb1"] button');
+      await page.waitForSelector("#question[open]");
+      await page.click("#confirm");
+      assert.equal(await notice(page, "error"), words);
+    };
+    await name(`usb1="${usb}.other"\n`);
+    await refused("Another disk has come to this place. Please look at the list again.");
+    await listed(`usb1="${usb}.other"\n`);
+    await refused("The disk is not there, or is not a disk.");
+    await listed(`usb1="${usb}"\n`);
+    await name("");
+    await refused("The appliance has no such external disk any more.");
     await page.waitForFunction(() => document.getElementById("status").textContent === "There is no external disk.");
     await shot("none");
   }));
