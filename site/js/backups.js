@@ -72,9 +72,10 @@ function closeForms() {
 }
 
 async function openEditor(task) {
+  // What is typed before the values are there would be lost.
+  closeForms();
   const reply = await get('backup', { action: 'load', ...(task && { task }) });
   if (!reply.success) return showFailure(reply, form);
-  closeForms();
   clearErrors(form);
   edited = task;
   fillForm(form, reply.data);
@@ -168,10 +169,12 @@ async function showList() {
     return showFailure(reply, form);
   }
   const { items } = reply.data;
-  at('tasks').replaceChildren(...items.map(cardOf));
+  const cards = document.createDocumentFragment();
+  cards.append(...items.map(cardOf));
+  await translate(cards);
+  at('tasks').replaceChildren(cards);
   if (items.length === 0) await setText(at('status'), 'backups:none');
   else setWords(at('status'), '');
-  await translate(at('tasks'));
 }
 
 async function save() {

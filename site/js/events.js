@@ -37,8 +37,12 @@ export async function showEvents() {
   const now = JSON.stringify([currentLanguage(), items]);
   if (now === shown) return;
   shown = now;
-  at('events').replaceChildren(...items.map(rowOf));
+  // With their words, and unless a later answer has come meanwhile.
+  const rows = document.createDocumentFragment();
+  rows.append(...items.map(rowOf));
+  await translate(rows);
+  if (now !== shown) return;
+  at('events').replaceChildren(rows);
   at('events').closest('table').hidden = items.length === 0;
   at('no-events').hidden = items.length > 0;
-  await translate(at('events'));
 }
