@@ -10,9 +10,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <random>
 
 #include "internal/vhost_writer.h"
+#include "support/allocations.h"
 #include "support/killed_process.h"
 #include "support/mock_kestcgi.h"
 #include "vhost_fixture.h"
@@ -65,6 +67,13 @@ class VHostWriteTest : public VHostTest {
     const bool saved = VHost::VHostInfoAllSet(copy);
     EXPECT_EQ(list, copy) << "the list gains no members";
     return saved;
+  }
+
+  // How many the calls since the last look have opened and not closed.
+  int OpenFiles() {
+    int open = 0;
+    for (const std::string& call : Calls()) open += call.rfind("fopen", 0) == 0 ? 1 : call == "fclose" ? -1 : 0;
+    return open;
   }
 
   void ExpectOldFiles() {
@@ -286,6 +295,25 @@ TEST_F(VHostWriteTest, MemoryThatRunsOutIsLoggedAndNothingIsOpened) {
     for (const std::string& call : Calls()) EXPECT_TRUE(call == "malloc 8" || call == "free") << call;
   }
   ExpectOldFiles();
+}
+
+TEST_F(VHostWriteTest, MemoryThatEndsAnywhereLeavesTheRealFilesAndNoneOpen) {
+  SettingsMayBeRead();
+  Json::Value list = List({HostOf(0, 81, "a", "a"), HostOf(1, 443, std::string(100, 'b'), std::string(100, 'b'))});
+  constexpr int kEndless = 1000;
+  int failures = 0;
+  for (bool saved = false; !saved && failures < kEndless;) {
+    try {
+      const FailingNew failing(failures);
+      saved = VHost::VHostInfoAllSet(list);
+    } catch (const std::bad_alloc&) {
+      ++failures;
+      ExpectOldFiles();
+    }
+    EXPECT_EQ(0, OpenFiles());
+  }
+  EXPECT_GE(failures, 20);
+  EXPECT_LT(failures, kEndless);
 }
 
 TEST_F(VHostWriteTest, AFileThatCannotBeOpenedIsLoggedAndTheOtherOneStays) {

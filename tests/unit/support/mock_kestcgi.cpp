@@ -3,11 +3,14 @@
 #include <cstdarg>
 #include <cstring>
 
+#include "support/allocations.h"
+
 // Not counted: the line is out as a parameter line.
 extern "C" char* RealStrdupForLine(const char* text) __asm__("__real_strdup");
 
 using tarvel_test::Machine;
 using tarvel_test::MockKestCgi;
+using tarvel_test::SteadyNew;
 
 namespace {
 
@@ -27,12 +30,14 @@ MockKestCgi& CalledOn(const KESTCGI* ctx, const char* function) {
 }  // namespace
 
 int KestCgiInit(const char* textRoot, KESTCGI* ctx) {
+  const SteadyNew steady;
   MockKestCgi& mock = Called("KestCgiInit");
   Machine::Current()->ledger().Take(kContext, ctx);
   return mock.KestCgiInit(textRoot, ctx);
 }
 
 void KestCgiFree(KESTCGI* ctx) {
+  const SteadyNew steady;
   CalledOn(ctx, "KestCgiFree").KestCgiFree(ctx);
   Machine::Current()->ledger().Give(kContext, ctx);
 }
@@ -59,9 +64,13 @@ const char* KestCgiGetInCookies(KESTCGI* ctx, const char* name, const char* def)
   return CalledOn(ctx, "KestCgiGetInCookies").KestCgiGetInCookies(ctx, name, def);
 }
 
-int KestCgiLoadInfo(KESTCGI* ctx) { return CalledOn(ctx, "KestCgiLoadInfo").KestCgiLoadInfo(ctx); }
+int KestCgiLoadInfo(KESTCGI* ctx) {
+  const SteadyNew steady;
+  return CalledOn(ctx, "KestCgiLoadInfo").KestCgiLoadInfo(ctx);
+}
 
 const char* KestCgiGetInfo(KESTCGI* ctx, const char* key, const char* def) {
+  const SteadyNew steady;
   return CalledOn(ctx, "KestCgiGetInfo").KestCgiGetInfo(ctx, key, def);
 }
 
