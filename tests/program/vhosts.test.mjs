@@ -201,11 +201,12 @@ test("A port that another program has is refused beside the field, and everythin
   await new Promise((resolve) => other.close(resolve));
 });
 
-test("The hosts of a protocol have ten ports at most", () => {
-  const many = Array.from({ length: 10 }, (_, i) => ({ vhosttype: 0, port: 20_001 + i, host: `h${i}.example`, folder: "shop" }));
+test("The hosts of a protocol have ten ports at most", async () => {
+  const ten = await freePorts(10);
+  const many = ten.map((port, i) => ({ vhosttype: 0, port, host: `h${i}.example`, folder: "shop" }));
   writeHosts([...many, { vhosttype: 0, port: 80, host: "a.example", folder: "shop" }]);
   assert.deepEqual(save({}), { errors: { port: "The hosts of a protocol may have ten ports. Please use one of theirs." }, success: false });
-  assert.equal(save({ port: "20001", host: "more.example" }).success, true);
+  assert.equal(save({ port: String(ten[0]), host: "more.example" }).success, true);
 });
 
 test("A folder whose name a file has is refused", () => {
