@@ -1,4 +1,5 @@
-// What this platform does not have fails, says why and writes nothing: nobody is told that a share was made.
+// What this platform does not have fails, says why and writes nothing: nobody is told that an account was stored or a
+// share made.
 
 #include <gtest/gtest.h>
 
@@ -22,14 +23,66 @@ class AbsentTest : public ::testing::Test {
   char device_[4] = "sda";
 };
 
+TEST_F(AbsentTest, NoListsOfAccountsAndNoneIsSaved) {
+  KESTUSER user = {};
+  KESTUSER* record = &user;
+  KESTUSER* slot = nullptr;
+  const char* existing = nullptr;
+  IsRefused(KESTUserSet(&existing, &record, 1));
+  EXPECT_EQ(nullptr, KESTUserDBOpen());
+  IsRefused(KESTUserDBGetByCursor(nullptr, &slot, AUTH_TYPE_LOCAL, 0));
+  EXPECT_EQ(0, KESTUserDBClose(nullptr));
+  IsRefused(KESTUserDBDomainRebuild(0));
+  PSZLIST list = nullptr;
+  IsRefused(KESTUserEnumByPrefix(&list, AUTH_TYPE_LOCAL, "", 1));
+  EXPECT_EQ(0, KESTUserTotalNum(AUTH_TYPE_LOCAL));
+  EXPECT_EQ(nullptr, slot);
+}
+
+TEST_F(AbsentTest, NoGroups) {
+  KESTGROUP group = {};
+  KESTGROUP* slot = nullptr;
+  char* text = nullptr;
+  int second = 7;
+  IsRefused(KESTGroupGet("users", &slot));
+  IsRefused(KESTGroupSet(nullptr, &group));
+  IsRefused(KESTGroupDescGet("users", &text, &second));
+  IsRefused(KESTGroupDescSet("users", "everybody"));
+  EXPECT_EQ(nullptr, KESTGroupDBOpen());
+  IsRefused(KESTGroupDBGetByCursor(nullptr, &slot, AUTH_TYPE_LOCAL, 0));
+  EXPECT_EQ(0, KESTGroupDBClose(nullptr));
+  PSZLIST list = nullptr;
+  IsRefused(KESTGroupEnumByPrefix(&list, AUTH_TYPE_LOCAL, "", 1));
+  EXPECT_EQ(nullptr, slot);
+  EXPECT_EQ(nullptr, text);
+  KESTGroupFree(slot);
+}
+
 TEST_F(AbsentTest, NoShares) {
   SHAREDEFAULTREQ request = {"usbshare1", "/volumeUSB1/usbshare", device_};
   KESTSHARE* slot = nullptr;
   KESTSHARE share = {};
   IsRefused(ShareDefaultGet(&request, &slot));
-  EXPECT_EQ(nullptr, slot);
+  IsRefused(KESTShareGet("photo", &slot));
   IsRefused(KESTShareSet(nullptr, &share, nullptr));
+  PSZLIST list = nullptr;
+  IsRefused(KESTShareEnum(&list, KEST_SHARE_ENUM_COUNTED));
+  IsRefused(KESTShareEnumByPrefix(&list, KEST_SHARE_ENUM_COUNTED, "", 1));
+  EXPECT_EQ(nullptr, KESTShareDBOpen());
+  IsRefused(KESTShareDBCursorGet(nullptr, &slot));
+  EXPECT_EQ(0, KESTShareDBClose(nullptr));
+  _tag_KEST_SHARE_ENC_ request_block = {};
+  IsRefused(KESTShareEncryptionAction(3, &request_block));
+  EXPECT_EQ(nullptr, slot);
   KESTShareFree(slot);
+}
+
+TEST_F(AbsentTest, QuestionsAboutSharesAreAnsweredNo) {
+  EXPECT_EQ(0, ShareNameCheck("homes"));
+  EXPECT_EQ(0, BlShareIIsSATASection("satashare"));
+  EXPECT_EQ(0, BlShareIIsUsbSection("usbshare1"));
+  EXPECT_EQ(0, BlSDKUserIsInList("anna", "anna"));
+  IsRefused(UserCheckRights(nullptr, nullptr, nullptr));
 }
 
 TEST_F(AbsentTest, NoAppleTalk) {
