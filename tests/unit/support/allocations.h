@@ -26,6 +26,16 @@ class SteadyNew {
   int successes_;
 };
 
+/// While it lives, `new` neither fails nor counts: what the tests' own platform remembers of a call is not the
+/// library's.
+class UncountedNew {
+ public:
+  UncountedNew();
+  ~UncountedNew();
+  UncountedNew(const UncountedNew&) = delete;
+  UncountedNew& operator=(const UncountedNew&) = delete;
+};
+
 /// Blocks from `new` that are not deleted yet.
 long LiveAllocations();
 

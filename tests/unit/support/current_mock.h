@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "support/allocations.h"
 #include "support/machine.h"
 
 namespace tarvel_test {
@@ -26,6 +27,19 @@ class CurrentMock {
     Machine::Current()->Note(function);
     return *current_;
   }
+  /// The same for a function of which nobody asks when it is called.
+  static Mock& Silently() { return *current_; }
+
+  /// Called() by an expression whose memory does not count.
+  class Uncounted {
+   public:
+    explicit Uncounted(const char* function) : mock_(Called(function)) {}
+    Mock* operator->() { return &mock_; }
+
+   private:
+    UncountedNew memory_;
+    Mock& mock_;
+  };
 
  private:
   static inline Mock* current_ = nullptr;

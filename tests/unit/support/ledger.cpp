@@ -9,7 +9,7 @@
 namespace tarvel_test {
 
 void Ledger::Take(const char* kind, const void* thing) {
-  const SteadyNew steady;
+  const UncountedNew memory;
   if (Holds(kind, thing)) ADD_FAILURE() << kind << " taken twice without being given back";
   held_.emplace_back(kind, thing);
 }
@@ -19,7 +19,7 @@ void Ledger::Give(const char* kind, const void* thing) {
 }
 
 bool Ledger::GiveIfHeld(const char* kind, const void* thing) {
-  const SteadyNew steady;
+  const UncountedNew memory;
   const auto entry = std::find(held_.begin(), held_.end(), std::pair<std::string, const void*>(kind, thing));
   if (entry == held_.end()) return false;
   returned_.push_back(*entry);

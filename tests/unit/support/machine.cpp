@@ -26,7 +26,7 @@ Machine* Machine::Current() { return current; }
 
 void Machine::Note(const std::string& call) {
   DieIfDue();
-  const SteadyNew steady;
+  const UncountedNew memory;
   calls_.push_back(call);
 }
 

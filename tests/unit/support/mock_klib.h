@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
+
 #include "platform/klib.h"
 #include "support/current_mock.h"
 
@@ -13,8 +15,13 @@ class MockKlib : public CurrentMock<MockKlib> {
  public:
   MOCK_METHOD(int, KLIBErrGet, ());
   MOCK_METHOD(int, BlKLIBIsIpMask, (const char* text));
+  MOCK_METHOD(int, BlKLIBIsShareName, (const char* name));
   MOCK_METHOD(char*, SzKLIBStrCaseLower, (char* text));
   MOCK_METHOD(PSZLIST, PslKLIBSzListAlloc, (int bytes));
+  MOCK_METHOD(int, KLIBSzListPush, (PSZLIST * list, const char* text));
+  MOCK_METHOD(int, KLIBSzListSortItems, (PSZLIST list, int flags));
+  MOCK_METHOD(int, KLIBUnicodeUTF8StrCaseCmp, (const char* a, const char* b));
+  MOCK_METHOD(int, KLIBUnicodeUTF8StrCountChar, (const char* text));
   MOCK_METHOD(int, KLIBStrTok, (const char* text, const char* delims, PSZLIST* list));
   MOCK_METHOD(char*, SzKLIBSzListGet, (PSZLIST list, int index));
   MOCK_METHOD(int, KLIBStrTrimSpace, (char* in, char* out));
@@ -24,6 +31,9 @@ class MockKlib : public CurrentMock<MockKlib> {
   MOCK_METHOD(PSZHASH, PshKLIBSzHashAlloc, (int size));
   MOCK_METHOD(int, KLIBSzHashSetValue, (PSZHASH hash, const char* key, const char* value));
   MOCK_METHOD(int, KLIBSmbMd4Hash, (const char* text, unsigned char* digest, int size));
+
+  /// A call that may move a list: the old block goes, the new one is to be given back.
+  static int Growing(PSZLIST* list, const std::function<int()>& call);
 };
 
 }  // namespace tarvel_test

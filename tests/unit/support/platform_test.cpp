@@ -81,8 +81,8 @@ void PlatformTest::ExpectLoggedForDebugging(const std::string& text) { log_.Expe
 
 int PlatformTest::FailuresUntilItSucceeds(const std::function<void()>& call) {
   constexpr int kEndless = 1000;
+  Calls();
   for (int failures = 0; failures < kEndless; ++failures) {
-    Calls();
     const long before = LiveAllocations();
     bool failed = false;
     try {
@@ -91,7 +91,10 @@ int PlatformTest::FailuresUntilItSucceeds(const std::function<void()>& call) {
     } catch (const std::bad_alloc&) {
       failed = true;
     }
-    Calls();
+    {
+      const UncountedNew memory;
+      Calls();
+    }
     EXPECT_EQ(before, LiveAllocations()) << "blocks, after the failure of number " << failures;
     if (!failed) return failures;
   }
