@@ -16,4 +16,5 @@ set(TARVEL_FAMILIES
   volume
   storage
   disk
+  user
 )

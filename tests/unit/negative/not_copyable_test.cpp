@@ -11,6 +11,7 @@
 #include "string_bundle.h"
 #include "tarvel.h"
 #include "template.h"
+#include "user.h"
 #include "volume.h"
 
 namespace tarvel_test {
@@ -33,6 +34,7 @@ static_assert(kHasOneOwner<MobileDetector>);
 static_assert(kHasOneOwner<FormValidator>);
 static_assert(kHasOneOwner<WebUtils::Template>);
 static_assert(kHasOneOwner<Volume>);
+static_assert(kHasOneOwner<SDK::User>);
 static_assert(kHasOneOwner<SomeForm>);
 static_assert(kHasOneOwner<TextFieldValidator>);
 static_assert(kHasOneOwner<StringListValidator>);
