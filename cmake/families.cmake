@@ -17,4 +17,5 @@ set(TARVEL_FAMILIES
   storage
   disk
   user
+  group
 )

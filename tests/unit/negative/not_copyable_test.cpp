@@ -6,6 +6,7 @@
 
 #include "app_banner.h"
 #include "form_handler.h"
+#include "group.h"
 #include "kest_conf.h"
 #include "mobile_detector.h"
 #include "string_bundle.h"
@@ -35,6 +36,7 @@ static_assert(kHasOneOwner<FormValidator>);
 static_assert(kHasOneOwner<WebUtils::Template>);
 static_assert(kHasOneOwner<Volume>);
 static_assert(kHasOneOwner<SDK::User>);
+static_assert(kHasOneOwner<SDK::Group>);
 static_assert(kHasOneOwner<SomeForm>);
 static_assert(kHasOneOwner<TextFieldValidator>);
 static_assert(kHasOneOwner<StringListValidator>);
