@@ -18,4 +18,5 @@ set(TARVEL_FAMILIES
   disk
   user
   group
+  share
 )

@@ -9,6 +9,7 @@
 #include "group.h"
 #include "kest_conf.h"
 #include "mobile_detector.h"
+#include "share.h"
 #include "string_bundle.h"
 #include "tarvel.h"
 #include "template.h"
@@ -37,6 +38,7 @@ static_assert(kHasOneOwner<WebUtils::Template>);
 static_assert(kHasOneOwner<Volume>);
 static_assert(kHasOneOwner<SDK::User>);
 static_assert(kHasOneOwner<SDK::Group>);
+static_assert(kHasOneOwner<SDK::Share>);
 static_assert(kHasOneOwner<SomeForm>);
 static_assert(kHasOneOwner<TextFieldValidator>);
 static_assert(kHasOneOwner<StringListValidator>);
