@@ -247,7 +247,11 @@ class TARVEL_EXPORT User {
   /// | "items/email"    | string  | GetEmail()                                       |
   /// | "items/disabled" | string  | GetStatus(), not a boolean                       |
   ///
-  /// @param out  null or an object: the members above are set in it, others stay
+  /// @param offset  as for the other form
+  /// @param limit   as for the other form
+  /// @param type    as for the other form
+  /// @param prefix  as for the other form
+  /// @param out     null or an object: the members above are set in it, others stay
   /// @return 1
   static int EnumUsers(int offset, int limit, AUTH_TYPE type, const char* prefix, Json::Value& out);
 
