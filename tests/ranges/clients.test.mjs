@@ -192,13 +192,15 @@ test("A client that goes away ends the program at once", async () => {
 test("A file that shrinks while it is sent is a short reply, which the client sees at once", async () => {
   const path = `${kFolder}/shrinking`;
   writeFileSync(path, content);
-  const { ended } = curl("--limit-rate", "8M", addressOf(path));
+  const { ended } = curl("--limit-rate", "4M", addressOf(path));
   await comesTrue(() => processesOf("download.cgi").length === 1, "the program runs");
   await pause(200);
   truncateSync(path, 16 * kMiB);
   const { status, complaints, output } = await ended;
   assert.equal(status, 18, `curl tells a partial file: ${complaints}`);
-  assert.ok(output.equals(content.subarray(0, 16 * kMiB)), `${output.length} bytes`);
+  // On a busy machine some bytes behind the new end have been sent before the file shrinks; they are true ones.
+  assert.ok(output.length >= 16 * kMiB && output.length < content.length, `${output.length} bytes`);
+  assert.ok(output.equals(content.subarray(0, output.length)), "each byte is the file's");
 });
 
 test("A folder's archive unpacks to the same, and ends with its client", async () => {
