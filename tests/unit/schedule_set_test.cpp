@@ -120,6 +120,21 @@ TEST_F(ScheduleSetTest, ADisabledScheduleOfANewTaskIsDoneWithoutAnyCall) {
   EXPECT_THAT(Calls(), IsEmpty());
 }
 
+TEST_F(ScheduleSetTest, LackOfMemoryPassesAndLeaksNothing) {
+  EXPECT_CALL(cgi(), KestCgiInit(_, _)).Times(AnyNumber());
+  EXPECT_CALL(cgi(), KestCgiLoadText(_, _)).Times(AnyNumber());
+  EXPECT_CALL(cgi(), KestCgiGetText(_, _, _)).WillRepeatedly(Return("a text longer than any that needs no memory"));
+  EXPECT_CALL(sched(), KESTScheduleRemove(_)).WillRepeatedly(Return(0));
+  EXPECT_CALL(sched(), KESTScheduleSet(_)).WillRepeatedly(Return(0));
+  EXPECT_CALL(sched(), KESTLogSet1(_, _, _, _, _, _, _)).WillRepeatedly(Return(0));
+  Json::Value info = Doc(kRepeated);
+  const Json::Value before = info;
+  int result = 0;
+  EXPECT_LT(2, FailuresUntilItSucceeds([&] { result = BkpScheduleSet(info, "old", "new", BACKUP_TYPE_LOCAL); }));
+  EXPECT_EQ(1, result);
+  EXPECT_EQ(before, info);
+}
+
 TEST_F(ScheduleSetTest, ARenameCarriesTheScheduleOver) {
   HasTexts(2);
   ExpectRead(LocalCommand("old"), JobOf(5, 3, 7, 2, 9));
