@@ -15,7 +15,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "background.h"
@@ -144,7 +143,7 @@ int main() {
   const std::string action = request.In("action", "");
   const bool changes = !action.empty();
   if (changes && !site::IsOwnPost()) return site::RefuseChange(request);
-  const int mode = !changes && strcmp(request.In("poll", ""), "1") == 0 ? site::kPoll : site::kActivity;
+  const int mode = changes ? site::kActivity : site::ModeOfLook(request);
   if (!request.IsAuthorized(nullptr, mode, KEST_CGI_POSITION_ADMINISTRATION)) return 0;
   if (!changes) return Show(request);
   return action == "start" ? Start(request) : site::Refuse(request, "error", "error_unknown_action");

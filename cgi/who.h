@@ -4,6 +4,8 @@
 
 #include <tarvel/tarvel.h>
 
+#include <cstring>
+
 // The library answers a refused position with a complete reply. Asking whether another position would be open,
 // without sending anything, exists in the platform only.
 #include "platform/kestcgi.h"
@@ -15,6 +17,9 @@ inline constexpr int kPoll = 0;
 
 /// Mode of IsAuthorized(): the request is activity of the user.
 inline constexpr int kActivity = 1;
+
+/// Mode for a program whose page also asks by itself for what is new, with "poll" 1.
+inline int ModeOfLook(Tarvel& request) { return std::strcmp(request.In("poll", ""), "1") == 0 ? kPoll : kActivity; }
 
 struct Who {
   bool administrator;
