@@ -1,49 +1,10 @@
 #include "host/accounts/account_database.h"
 
+#include "host/accounts/directory_schema.h"
 #include "host/accounts/fold_name.h"
 
 namespace kest {
 namespace {
-
-// A uid is never given out twice (AUTOINCREMENT), so files and sessions of a removed account belong to nobody else.
-// A credential is a random number renewed with the password: sessions opened with an older one can be told.
-constexpr const char* kSteps[] = {
-    R"(
-CREATE TABLE accounts (
-  uid INTEGER PRIMARY KEY AUTOINCREMENT,
-  name TEXT NOT NULL,
-  folded TEXT NOT NULL UNIQUE,
-  gid INTEGER NOT NULL DEFAULT 100,
-  hash TEXT NOT NULL DEFAULT '',
-  credential INTEGER NOT NULL DEFAULT (random()),
-  login_serial INTEGER NOT NULL DEFAULT 0,
-  description TEXT NOT NULL DEFAULT '',
-  home TEXT NOT NULL DEFAULT '',
-  shell TEXT NOT NULL DEFAULT '',
-  email TEXT NOT NULL DEFAULT '',
-  expire_day INTEGER NOT NULL DEFAULT -1,
-  no_password_change INTEGER NOT NULL DEFAULT 0,
-  attributes INTEGER NOT NULL DEFAULT 1,
-  privilege INTEGER NOT NULL DEFAULT 3
-) STRICT;
-CREATE TABLE groups (
-  gid INTEGER PRIMARY KEY AUTOINCREMENT,
-  name TEXT NOT NULL,
-  folded TEXT NOT NULL UNIQUE,
-  description TEXT NOT NULL DEFAULT ''
-) STRICT;
-CREATE TABLE members (
-  gid INTEGER NOT NULL REFERENCES groups ON DELETE CASCADE,
-  uid INTEGER NOT NULL REFERENCES accounts ON DELETE CASCADE,
-  PRIMARY KEY (gid, uid)
-) STRICT, WITHOUT ROWID;
-CREATE INDEX members_by_uid ON members (uid);
-INSERT INTO groups (gid, name, folded) VALUES (100, 'users', 'users'), (101, 'administrators', 'administrators');
-INSERT INTO sqlite_sequence (name, seq) VALUES ('accounts', 1023);
-UPDATE sqlite_sequence SET seq = 1023 WHERE name = 'groups';
-)",
-};
-constexpr Database::Schema kSchema = {kSteps, static_cast<int>(sizeof(kSteps) / sizeof(kSteps[0]))};
 
 constexpr int kHashColumn = 14;
 #define ACCOUNT_COLUMNS                                                                                            \
@@ -72,13 +33,13 @@ void Fill(const Statement& row, Account* out) {
 }  // namespace
 
 std::unique_ptr<AccountDatabase> AccountDatabase::Open(const char* path) {
-  auto database = Database::Open(path, kSchema);
+  auto database = Database::Open(path, kDirectorySchema);
   if (database == nullptr) return nullptr;
   return std::unique_ptr<AccountDatabase>(new AccountDatabase(std::move(database)));
 }
 
 std::unique_ptr<AccountDatabase> AccountDatabase::OpenOrCreate(const char* path) {
-  auto database = Database::OpenOrCreate(path, kSchema);
+  auto database = Database::OpenOrCreate(path, kDirectorySchema);
   if (database == nullptr) return nullptr;
   return std::unique_ptr<AccountDatabase>(new AccountDatabase(std::move(database)));
 }

@@ -131,6 +131,17 @@ Statement& Statement::Bind(int index, const std::string& value) {
   return *this;
 }
 
+Statement& Statement::BindNull(int index) {
+  if (!failed_) Check(sqlite3_bind_null(statement_, index));
+  return *this;
+}
+
+Statement& Statement::Rewind() {
+  // What it returns is the failure of the last step, which is known.
+  if (!failed_) sqlite3_reset(statement_);
+  return *this;
+}
+
 bool Statement::Row() {
   if (failed_) return false;
   const int result = sqlite3_step(statement_);

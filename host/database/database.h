@@ -67,6 +67,10 @@ class Statement {
 
   Statement& Bind(int index, int64_t value);
   Statement& Bind(int index, const std::string& value);
+  Statement& BindNull(int index);
+
+  // Back to before the first row, to be bound and run once more. Values stay bound.
+  Statement& Rewind();
 
   // Steps to the next row: true when there is one.
   bool Row();
@@ -77,6 +81,7 @@ class Statement {
   int64_t Number(int column) const { return sqlite3_column_int64(statement_, column); }
   int Int(int column) const { return sqlite3_column_int(statement_, column); }
   std::string Text(int column) const;
+  bool IsNull(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
 
  private:
   void Check(int result);
@@ -103,6 +108,23 @@ class Transaction {
     open_ = false;
     return true;
   }
+
+ private:
+  Database& database_;
+  bool open_;
+};
+
+// Several reads of one state of the database; writers are not kept waiting.
+class Snapshot {
+ public:
+  explicit Snapshot(Database& database) : database_(database), open_(database.Execute("BEGIN")) {}
+  ~Snapshot() {
+    if (open_) database_.Execute("ROLLBACK");
+  }
+  Snapshot(const Snapshot&) = delete;
+  Snapshot& operator=(const Snapshot&) = delete;
+
+  bool open() const { return open_; }
 
  private:
   Database& database_;

@@ -7,8 +7,8 @@
 #include <cerrno>
 
 #include "host/database/database.h"
+#include "host/database/database_error.h"
 #include "host/klib/error_code.h"
-#include "host/schedule/database_error.h"
 
 namespace kest {
 namespace {

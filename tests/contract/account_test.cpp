@@ -37,7 +37,7 @@ TEST_F(AccountRecord, ARecordHoldsWhatWasStored) {
   ASSERT_EQ(0, KESTUserGet("ANNA", &user));
   EXPECT_STREQ("anna", user->name);
   EXPECT_STREQ("", user->passwd) << "nobody is given the password";
-  EXPECT_EQ(1025, user->uid);
+  EXPECT_EQ(1027, user->uid);
   EXPECT_EQ(100, user->gid);
   EXPECT_STREQ("", user->desc);
   EXPECT_STREQ("/var/services/homes/anna", user->home);
@@ -61,7 +61,7 @@ TEST_F(AccountRecord, ASlotIsReplacedOnSuccessAndKeptOnFailure) {
 
 TEST_F(AccountRecord, ItIsFoundByItsNumber) {
   Slot user;
-  ASSERT_EQ(0, KESTUserGetByUID(1026, &user));
+  ASSERT_EQ(0, KESTUserGetByUID(1028, &user));
   EXPECT_STREQ("bernd", user->name);
   EXPECT_LT(KESTUserGetByUID(4711, &user), 0);
   EXPECT_LT(KESTUserGetByUID(-1, &user), 0);
@@ -72,7 +72,7 @@ TEST_F(AccountRecord, ANumberIsNeverGivenTwice) {
   ASSERT_EQ(0, Account({"add", "bernd"}, "pw"));
   Slot user;
   ASSERT_EQ(0, KESTUserGet("bernd", &user));
-  EXPECT_EQ(1027, user->uid);
+  EXPECT_EQ(1029, user->uid);
 }
 
 TEST_F(AccountRecord, WhatIsNoAccountFails) {
@@ -85,7 +85,7 @@ TEST_F(AccountRecord, WhatIsNoAccountFails) {
   EXPECT_EQ(nullptr, user.get());
   EXPECT_LT(KESTUserGet(nullptr, &user), 0);
   EXPECT_LT(KESTUserGet("anna", nullptr), 0);
-  EXPECT_LT(KESTUserGetByUID(1024, nullptr), 0);
+  EXPECT_LT(KESTUserGetByUID(1026, nullptr), 0);
   KESTUserFree(nullptr);
 }
 

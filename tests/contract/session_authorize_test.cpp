@@ -22,7 +22,7 @@ TEST_F(SessionAuthorize, AnOrdinaryAccountMayUseAnOrdinaryPage) {
   const Answer answer = Check(anna);
   EXPECT_EQ(1, answer.result);
   EXPECT_STREQ("anna", answer.user);
-  EXPECT_EQ(1025, answer.request.uid);
+  EXPECT_EQ(1027, answer.request.uid);
   EXPECT_EQ(kTimeout_s, answer.request.secondsLeft);
 }
 

@@ -190,7 +190,7 @@ TEST_F(StorageLoop, AQuotaIsKeptByTheKernel) {
   _tag_KEST_QUOTA_ quota = {8 * 1024 * 1024, 0};
   ASSERT_EQ(0, KESTQuotaSet("/volumeUSB7/a", "anna", &quota)) << KLIBErrGet();
   std::ofstream("/volumeUSB7/hers") << std::string(1024 * 1024, 'x');
-  ASSERT_EQ(0, chown("/volumeUSB7/hers", 1025, 100));
+  ASSERT_EQ(0, chown("/volumeUSB7/hers", 1027, 100));
   quota = {};
   ASSERT_EQ(0, KESTQuotaGet("/volumeUSB7", "anna", &quota)) << KLIBErrGet();
   EXPECT_EQ(8u * 1024 * 1024, quota.limitBytes);

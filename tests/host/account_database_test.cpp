@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "folder.h"
+#include "host/accounts/directory_schema.h"
 #include "host/accounts/fold_name.h"
 #include "host/accounts/password.h"
 
@@ -44,11 +45,49 @@ TEST_F(AccountDatabaseTest, AMissingFileIsOnlyMadeWhereThatIsAskedFor) {
 TEST_F(AccountDatabaseTest, AFileOfALaterProgramIsLeftAlone) {
   ASSERT_NE(nullptr, AccountDatabase::OpenOrCreate(path_.c_str()));
   {
-    auto database = kest::Database::Open(path_.c_str(), {nullptr, 1});
+    auto database = kest::Database::Open(path_.c_str(), kest::kDirectorySchema);
     ASSERT_TRUE(database->Execute("PRAGMA user_version = 99"));
   }
   EXPECT_EQ(nullptr, AccountDatabase::Open(path_.c_str()));
   EXPECT_EQ(nullptr, AccountDatabase::OpenOrCreate(path_.c_str()));
+}
+
+TEST_F(AccountDatabaseTest, AFileOfTheFirstVersionKeepsItsAccountsAndLearnsOfShares) {
+  {
+    auto before = kest::Database::OpenOrCreate(path_.c_str(), {kest::kDirectorySchema.steps, 1});
+    ASSERT_TRUE(before->Execute("INSERT INTO accounts (name, folded) VALUES ('anna', 'anna')"));
+  }
+  Account anna;
+  ASSERT_EQ(Lookup::kFound, AccountDatabase::Open(path_.c_str())->Find("anna", &anna));
+  EXPECT_EQ(1024, anna.uid);
+  auto database = kest::Database::Open(path_.c_str(), kest::kDirectorySchema);
+  EXPECT_TRUE(database->Execute("INSERT INTO shares (name, folded, path) VALUES ('photo', 'photo', '/volume1/photo')"));
+  EXPECT_TRUE(database->Execute(
+      "INSERT INTO share_access (share, permission, position, uid) SELECT id, 'rw', 0, 1024 FROM shares"));
+  ASSERT_TRUE(database->Execute("DELETE FROM accounts"));
+  kest::Statement entries(*database, "SELECT count(*) FROM share_access");
+  ASSERT_TRUE(entries.Row());
+  EXPECT_EQ(0, entries.Int(0)) << "an account that is gone stands in no list";
+}
+
+TEST_F(AccountDatabaseTest, AnEntryOfAnAccessListIsOneThing) {
+  AccountDatabase::OpenOrCreate(path_.c_str());
+  auto database = kest::Database::Open(path_.c_str(), kest::kDirectorySchema);
+  ASSERT_TRUE(database->Execute("INSERT INTO shares (id, name, folded) VALUES (1, 'photo', 'photo')"));
+  const std::string insert = "INSERT INTO share_access (share, permission, position, gid, name) VALUES ";
+  EXPECT_TRUE(database->Execute((insert + "(1, 'ro', 0, 100, NULL)").c_str()));
+  EXPECT_TRUE(database->Execute((insert + "(1, 'ro', 1, NULL, 'DOM\\x')").c_str()));
+  EXPECT_FALSE(database->Execute((insert + "(1, 'ro', 2, 100, 'x')").c_str()));
+  EXPECT_FALSE(database->Execute((insert + "(1, 'ro', 2, NULL, NULL)").c_str()));
+  EXPECT_FALSE(database->Execute((insert + "(1, 'xx', 2, 100, NULL)").c_str()));
+}
+
+TEST_F(AccountDatabaseTest, NumbersBeginAboveThoseOfTheMachine) {
+  auto accounts = AccountDatabase::OpenOrCreate(path_.c_str());
+  Account anna;
+  ASSERT_EQ(Lookup::kFound, accounts->Add(Named("anna"), ""));
+  ASSERT_EQ(Lookup::kFound, accounts->Find("anna", &anna));
+  EXPECT_EQ(1026, anna.uid);
 }
 
 TEST_F(AccountDatabaseTest, NamesThatDifferOnlyInCaseAreOne) {
@@ -73,7 +112,7 @@ TEST_F(AccountDatabaseTest, ARemovedAccountLeavesItsGroups) {
   ASSERT_EQ(Lookup::kFound, accounts->Find("boss", &boss));
   EXPECT_TRUE(boss.administrator);
   ASSERT_EQ(Lookup::kFound, accounts->Remove("boss"));
-  auto database = kest::Database::Open(path_.c_str(), {nullptr, 1});
+  auto database = kest::Database::Open(path_.c_str(), kest::kDirectorySchema);
   kest::Statement members(*database, "SELECT count(*) FROM members");
   ASSERT_TRUE(members.Row());
   EXPECT_EQ(0, members.Int(0));
@@ -96,7 +135,7 @@ TEST_F(AccountDatabaseTest, ChangesOfNobodyAreReported) {
   EXPECT_EQ(Lookup::kAbsent, accounts->SetExpireDay("x", 1));
   EXPECT_EQ(Lookup::kAbsent, accounts->SetAdministrator("x", true));
   EXPECT_EQ(Lookup::kAbsent, accounts->Remove("x"));
-  EXPECT_EQ(Lookup::kAbsent, accounts->CountLogin(1024, &serial));
+  EXPECT_EQ(Lookup::kAbsent, accounts->CountLogin(1026, &serial));
   EXPECT_EQ(77, serial);
 }
 
@@ -104,11 +143,11 @@ TEST_F(AccountDatabaseTest, LoginsAreCounted) {
   auto accounts = AccountDatabase::OpenOrCreate(path_.c_str());
   accounts->Add(Named("anna"), "hash");
   int64_t serial = 0;
-  EXPECT_EQ(Lookup::kFound, accounts->CountLogin(1024, &serial));
-  EXPECT_EQ(Lookup::kFound, accounts->CountLogin(1024, &serial));
+  EXPECT_EQ(Lookup::kFound, accounts->CountLogin(1026, &serial));
+  EXPECT_EQ(Lookup::kFound, accounts->CountLogin(1026, &serial));
   EXPECT_EQ(2, serial);
   Account anna;
-  accounts->FindByUid(1024, &anna);
+  accounts->FindByUid(1026, &anna);
   EXPECT_EQ(2, anna.login_serial);
 }
 

@@ -1,5 +1,5 @@
-#ifndef KEST_HOST_SCHEDULE_DATABASE_ERROR_H_
-#define KEST_HOST_SCHEDULE_DATABASE_ERROR_H_
+#ifndef KEST_HOST_DATABASE_DATABASE_ERROR_H_
+#define KEST_HOST_DATABASE_DATABASE_ERROR_H_
 
 namespace kest {
 
@@ -8,4 +8,4 @@ int DatabaseFailure();
 
 }  // namespace kest
 
-#endif  // KEST_HOST_SCHEDULE_DATABASE_ERROR_H_
+#endif  // KEST_HOST_DATABASE_DATABASE_ERROR_H_

@@ -1,4 +1,4 @@
-#include "host/schedule/database_error.h"
+#include "host/database/database_error.h"
 
 #include "host/database/database.h"
 #include "host/klib/error_code.h"
