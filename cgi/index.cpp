@@ -11,11 +11,14 @@
 #include <tarvel/template.h>
 #include <tarvel/webutils.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "who.h"
 
@@ -31,24 +34,26 @@ constexpr size_t kPageBytes = 128 * 1024;
 constexpr int kApplications = 2;
 
 struct Entry {
+  const char* group;  ///< text of the group that it stands in; null for a link by itself
   const char* page;
   const char* href;
   const char* text;
   bool for_administrators;
 };
 
+// Entries of a group stand together. A group with one page for somebody is that page's link.
 constexpr Entry kNavigation[] = {
-    {"index", "/", "frame:nav_index", false},
-    {"general", "/general.html", "frame:nav_general", true},
-    {"vhosts", "/vhosts.html", "frame:nav_vhosts", true},
-    {"ports", "/ports.html", "frame:nav_ports", true},
-    {"files", "/files.html", "frame:nav_files", false},
-    {"upload", "/upload.html", "frame:nav_upload", false},
-    {"charts", "/charts.html", "frame:nav_charts", false},
-    {"volumes", "/volumes.html", "frame:nav_volumes", true},
-    {"disks", "/disks.html", "frame:nav_disks", true},
-    {"backups", "/backups.html", "frame:nav_backups", true},
-    {"account_mail", "/account_mail.html", "frame:nav_account_mail", true},
+    {nullptr, "index", "/", "frame:nav_index", false},
+    {"frame:group_system", "general", "/general.html", "frame:nav_general", true},
+    {"frame:group_system", "charts", "/charts.html", "frame:nav_charts", false},
+    {"frame:group_people", "account_mail", "/account_mail.html", "frame:nav_account_mail", true},
+    {"frame:group_storage", "volumes", "/volumes.html", "frame:nav_volumes", true},
+    {"frame:group_storage", "disks", "/disks.html", "frame:nav_disks", true},
+    {"frame:group_storage", "backups", "/backups.html", "frame:nav_backups", true},
+    {"frame:group_services", "vhosts", "/vhosts.html", "frame:nav_vhosts", true},
+    {"frame:group_services", "ports", "/ports.html", "frame:nav_ports", true},
+    {"frame:group_files", "files", "/files.html", "frame:nav_files", false},
+    {"frame:group_files", "upload", "/upload.html", "frame:nav_upload", false},
 };
 
 // Words of the templates, by the placeholder that is their key, too.
@@ -135,14 +140,45 @@ class Frame {
 
   std::string Navigation() {
     std::string list;
-    for (const Entry& entry : kNavigation) {
-      if (entry.for_administrators && !who_.administrator) continue;
-      list.append("<li><a href=\"").append(entry.href).append("\" data-text=\"").append(entry.text);
-      list.append(page_ == entry.page ? "\" aria-current=\"page\">" : "\">");
-      list.append(Word(strchr(entry.text, ':') + 1)).append("</a></li>");
+    for (auto entry = std::begin(kNavigation); entry != std::end(kNavigation);) {
+      const char* const group = entry->group;
+      std::vector<const Entry*> open;
+      do {
+        if (!entry->for_administrators || who_.administrator) open.push_back(entry);
+        ++entry;
+      } while (group != nullptr && entry != std::end(kNavigation) && IsGroup(*entry, group));
+      const bool folds = group != nullptr && open.size() > 1;
+      list.append(folds ? Group(group, open) : Links(open));
     }
     return list;
   }
+
+  static bool IsGroup(const Entry& entry, const char* group) {
+    return entry.group != nullptr && strcmp(entry.group, group) == 0;
+  }
+
+  std::string Links(const std::vector<const Entry*>& entries) {
+    std::string list;
+    for (const Entry* entry : entries) {
+      list.append("<li><a href=\"").append(entry->href).append("\" data-text=\"").append(entry->text);
+      list.append(page_ == entry->page ? "\" aria-current=\"page\">" : "\">").append(Named(entry->text));
+      list.append("</a></li>");
+    }
+    return list;
+  }
+
+  // Of the groups one is open at a time; on a phone, where an open one covers nothing, that of the page is.
+  std::string Group(const char* text, const std::vector<const Entry*>& entries) {
+    const auto is_here = [&](const Entry* entry) { return page_ == entry->page; };
+    const bool here = std::any_of(entries.begin(), entries.end(), is_here);
+    std::string group = "<li><details name=\"pages\"";
+    group.append(here && browser_.IsMobile() ? " open>" : ">").append("<summary data-text=\"").append(text);
+    group.append(here ? "\" aria-current=\"true\">" : "\">").append(Named(text)).append("</summary><ul>");
+    return group.append(Links(entries)).append("</ul></details></li>");
+  }
+
+  // The words of a text by its full name.
+  std::string Named(const char* text) { return Word(strchr(text, ':') + 1); }
 
   // Only where it would change something: on a phone or tablet.
   std::string LayoutSwitch() {

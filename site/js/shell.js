@@ -2,6 +2,7 @@
 // The frame program sends it with the page; here it is brought to life. The login, which has no frame, gets its own.
 import { post } from './api.js';
 import { make } from './elements.js';
+import { bringNavigationToLife } from './navigation.js';
 import { bringPowerToLife, dressTrigger } from './power.js';
 import { forgetSession } from './session.js';
 import { currentLanguage, forgetTexts, translate } from './texts.js';
@@ -89,6 +90,7 @@ function forgetChoiceInAddress() {
 export async function enterPage() {
   const header = document.querySelector('header');
   listen(header);
+  bringNavigationToLife(header.querySelector('nav'));
   bringPowerToLife(header);
   forgetChoiceInAddress();
   await translate();

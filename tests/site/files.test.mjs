@@ -6,7 +6,7 @@ import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { test } from "node:test";
 import { drawFilm, webm } from "./film.mjs";
 import { withSite } from "./harness.mjs";
-import { tabTo } from "./person.mjs";
+import { goByNavigation, tabTo } from "./person.mjs";
 
 const kPhone = "Mozilla/5.0 (Linux; Android 13; Pixel 7) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/124.0.0.0 Mobile Safari/537.36";
 
@@ -23,8 +23,7 @@ test("A person finds a file by keyboard, looks at it and goes back", () =>
     await login("anna");
     await page.goto(`${url}/`);
     await page.waitForSelector("html:not(.waiting)");
-    await tabTo(page, 'nav a[href="/files.html"]');
-    await page.keyboard.press("Enter");
+    await goByNavigation(page, "/files.html");
     await page.waitForSelector("#items tr");
     assert.deepEqual(await names(page), ["public", "anna"]);
     assert.equal(await page.isVisible("#archive"), false, "the two folders are no folder together");

@@ -6,7 +6,7 @@ import { test } from "node:test";
 import { agents } from "../program/agents.mjs";
 import { sessionCookie, withSite } from "./harness.mjs";
 import { comesTrue } from "./inside.mjs";
-import { focused, openForm, tabTo } from "./person.mjs";
+import { focused, goByNavigation, openForm, tabTo } from "./person.mjs";
 
 const kTrigger = "#appbanner-powermenu-trigger";
 const kLogout = '#appbanner a[href$="/logout.cgi"]';
@@ -41,7 +41,7 @@ for (const account of ["admin", "anna"]) {
         const { page, login, context } = site;
         await login(account);
         await openPage(site);
-        const links = await page.locator("header a:visible").evaluateAll((all) => all.map((link) => link.href));
+        const links = await page.locator("header a:visible, nav a").evaluateAll((all) => all.map((link) => link.href));
         assert.ok(links.length >= 5, links.join(" "));
         for (const link of links.filter((address) => !address.endsWith("#") && !address.endsWith("/logout.cgi"))) {
           const reply = await context.request.get(link);
@@ -262,6 +262,35 @@ test("Another language changes the banner at once, and it still works", () =>
     await page.click(kTrigger);
     await page.waitForFunction(() => document.querySelector("#powermenu")?.textContent === "Neu startenHerunterfahren");
     await shot("german");
+  }));
+
+test("A group of the navigation opens by keyboard, one at a time, and closes as a menu does", () =>
+  withSite("frame-groups", async (site) => {
+    const { page, url, login, shot } = site;
+    const open = () => page.locator("nav details[open] > summary").allTextContents();
+    await login();
+    await openPage(site, "/general.html");
+    assert.equal(await page.textContent('nav summary[aria-current="true"]'), "System");
+    assert.deepEqual(await open(), [], "the page's own group covers nothing by itself");
+    await tabTo(page, 'nav summary[data-text="frame:group_storage"]');
+    await page.keyboard.press("Enter");
+    assert.deepEqual(await open(), ["Storage"]);
+    await shot("open");
+    await page.keyboard.press("Tab");
+    await page.keyboard.press("Escape");
+    assert.deepEqual(await open(), []);
+    assert.equal(await page.evaluate(() => document.activeElement.textContent), "Storage", "the focus is back");
+
+    await page.click('nav summary[data-text="frame:group_system"]');
+    await page.click('nav summary[data-text="frame:group_storage"]');
+    assert.deepEqual(await open(), ["Storage"]);
+    await page.click("#welcome");
+    assert.deepEqual(await open(), []);
+    await page.click('nav summary[data-text="frame:group_storage"]');
+    await tabTo(page, 'nav summary[data-text="frame:group_services"]');
+    assert.deepEqual(await open(), [], "it closes when the focus leaves it");
+    await goByNavigation(page, "/volumes.html");
+    await page.waitForURL(`${url}/volumes.html`);
   }));
 
 test("A phone has its own layout, with room for fingers", () =>

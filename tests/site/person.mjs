@@ -24,6 +24,16 @@ async function assertFocusIsSeen(page) {
   assert.ok(outline >= 2, "the focus is not seen");
 }
 
+/// Goes to a page by the navigation and by keyboard; one that stands in a group needs the group to be opened first.
+export async function goByNavigation(page, address) {
+  const link = `nav a[href="${address}"]`;
+  const group = `nav details:has(a[href="${address}"]) > summary`;
+  for (const step of (await page.locator(group).count()) > 0 ? [group, link] : [link]) {
+    await tabTo(page, step);
+    await page.keyboard.press("Enter");
+  }
+}
+
 /// Reaches the field by keyboard and replaces its value.
 export async function typeInto(page, id, value) {
   await tabTo(page, `#${id}`);

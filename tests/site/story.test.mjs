@@ -4,7 +4,7 @@ import assert from "node:assert/strict";
 import { readFile } from "node:fs/promises";
 import { test } from "node:test";
 import { withSite } from "./harness.mjs";
-import { errorBeside, focused, openForm, saved, settingsOf, tabTo, typeInto } from "./person.mjs";
+import { errorBeside, focused, goByNavigation, openForm, saved, settingsOf, tabTo, typeInto } from "./person.mjs";
 
 const german = { context: { locale: "de-DE" } };
 
@@ -43,8 +43,7 @@ for (const { language, options, said } of [
         await logInByKeyboard(site);
         await shot("2-overview");
 
-        await tabTo(page, 'nav a[href="/general.html"]');
-        await page.keyboard.press("Enter");
+        await goByNavigation(page, "/general.html");
         await page.waitForURL(`${url}/general.html`);
         await page.waitForFunction(() => document.getElementById("admin_port_http").value !== "");
         await shot("3-form");
