@@ -20,6 +20,8 @@ class AccountDatabase {
   static std::unique_ptr<AccountDatabase> Open(const char* path = kAccountsPath);
   static std::unique_ptr<AccountDatabase> OpenOrCreate(const char* path = kAccountsPath);
 
+  explicit AccountDatabase(std::shared_ptr<Database> database) : database_(std::move(database)) {}
+
   // `out`, and the hash where asked for, are filled only when the account is found.
   Lookup Find(const std::string& name, Account* out, std::string* hash = nullptr);
   Lookup FindByUid(int uid, Account* out);
@@ -38,11 +40,10 @@ class AccountDatabase {
   Lookup CountLogin(int uid, int64_t* serial);
 
  private:
-  explicit AccountDatabase(std::unique_ptr<Database> database) : database_(std::move(database)) {}
   Lookup Read(Statement& query, Account* out, std::string* hash);
   Lookup Apply(Statement& change);
 
-  std::unique_ptr<Database> database_;
+  std::shared_ptr<Database> database_;
 };
 
 }  // namespace kest

@@ -5,6 +5,7 @@
 
 #include "host/accounts/account_database.h"
 #include "host/accounts/account_source.h"
+#include "host/accounts/directory.h"
 #include "host/accounts/expiry.h"
 #include "host/accounts/failure_table.h"
 #include "host/accounts/fold_name.h"
@@ -74,8 +75,8 @@ int FindByUid(int uid, KestAccountState* out) {
 }
 
 int CountLogin(int uid, int64_t* serial) {
-  auto accounts = AccountDatabase::Open();
-  return accounts == nullptr ? -1 : ToResult(accounts->CountLogin(uid, serial));
+  auto directory = Directory();
+  return directory == nullptr ? -1 : ToResult(AccountDatabase(directory).CountLogin(uid, serial));
 }
 
 char* Append(char** at, const std::string& text) {

@@ -69,6 +69,16 @@ CREATE TABLE share_access (
 CREATE INDEX share_access_by_uid ON share_access (uid);
 CREATE INDEX share_access_by_gid ON share_access (gid);
 )",
+    // A folder on its way: what is left of a move that was cut short is found here.
+    R"(
+CREATE TABLE share_moves (
+  share INTEGER PRIMARY KEY REFERENCES shares ON DELETE CASCADE,
+  source TEXT NOT NULL,
+  target TEXT NOT NULL,
+  staging TEXT NOT NULL DEFAULT '',
+  state INTEGER NOT NULL DEFAULT 0
+) STRICT;
+)",
 };
 
 }  // namespace

@@ -10,8 +10,8 @@
 
 namespace kest {
 
-// A database file in WAL mode with foreign keys on. Opened for one piece of work and closed again: nothing stays open
-// between the requests of a process, and the last one to close folds the log back into the file.
+// A database file in WAL mode with foreign keys on. No transaction outlives a piece of work, whoever keeps the file
+// open, and the last one to close folds the log back into the file.
 class Database {
  public:
   // The steps that bring a file from version N (its user_version) to N + 1, in order.

@@ -7,6 +7,7 @@ namespace kest {
 enum ErrorCode : int {
   kErrorDenied = 0x300,        // EACCES, EPERM, EROFS
   kErrorNoSuchObject = 0x600,  // ENOENT, ENOTDIR
+  kErrorTaken = 0x700,         // a name that another one has
   kErrorBadParameter = 0xD00,  // a null text, a value out of range
   kErrorNoMemory = 0x200,      // ENOMEM
   kErrorNoSpace = 0x2900,      // ENOSPC, EDQUOT
