@@ -33,12 +33,12 @@ class SharedConnection {
   // SQLite's connections do not survive fork(): a child that closed it would take the parent's work for its own.
   void LeaveToParent() {
     if (database_ == nullptr || pid_ == getpid()) return;
-    static std::shared_ptr<Database>* left;
-    left = new std::shared_ptr<Database>(std::move(database_));
+    parents_ = new std::shared_ptr<Database>(std::move(database_));
     database_ = nullptr;
   }
 
   std::shared_ptr<Database> database_;
+  std::shared_ptr<Database>* parents_ = nullptr;  // never given back
   pid_t pid_ = 0;
   ino_t inode_ = 0;
   dev_t device_ = 0;
