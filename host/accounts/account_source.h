@@ -50,6 +50,13 @@ class AccountSource {
 
   // An unknown name is kWrong and takes as long as a wrong password. `out` is filled only on kRight.
   virtual PasswordCheck CheckPassword(const std::string& name, const char* password, Account* out) = 0;
+
+  // Right of an account on a shared folder, as the source itself keeps it: 0, and `privilege` is 1 read-only, 2 read
+  // and write, anything else none; -2 when the source refuses to tell; another negative value on any other failure.
+  // `argument` is the domain argument of KestCgiDomGetPrivilege(). The local source keeps none: there the folder's
+  // lists decide.
+  virtual int SharePrivilege(const std::string& share, const std::string& name, const std::string& argument,
+                             int* privilege) = 0;
 };
 
 // The joined domain's source when `name` carries the prefix of a domain that it knows, else the local one.

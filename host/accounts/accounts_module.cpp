@@ -3,12 +3,15 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <algorithm>
+
 #include "host/accounts/account_database.h"
 #include "host/accounts/account_source.h"
 #include "host/accounts/directory.h"
 #include "host/accounts/expiry.h"
 #include "host/accounts/failure_table.h"
 #include "host/accounts/fold_name.h"
+#include "host/accounts/membership.h"
 
 namespace kest {
 namespace {
@@ -128,11 +131,59 @@ int RecordByUid(int uid, KESTUSER** out) {
 
 int NameSource(const char* name) { return DomainSource().Owns(name) ? 2 : 1; }
 
+int SharePrivilege(const char* share, const char* user, const char* argument, int* privilege) {
+  return SourceOf(user).SharePrivilege(share, user, argument, privilege);
+}
+
+int GroupsOfUser(const char* user, uint32_t** gids) {
+  auto directory = Directory();
+  std::vector<uint32_t> all;
+  if (directory == nullptr || !GroupsOf(*directory, user, &all)) return -1;
+  *gids = static_cast<uint32_t*>(calloc(all.size() + 1, sizeof(uint32_t)));
+  if (*gids == nullptr) return -1;
+  std::copy(all.begin(), all.end(), *gids);
+  return static_cast<int>(all.size());
+}
+
+KestGroupEntry* NewEntry(const GroupWithMembers& group) {
+  size_t texts = group.name.size() + 2;
+  for (const std::string& member : group.members) texts += member.size() + 1;
+  auto* entry = static_cast<KestGroupEntry*>(calloc(1, sizeof(KestGroupEntry) + texts));
+  if (entry == nullptr) return nullptr;
+  char* at = reinterpret_cast<char*>(entry + 1);
+  entry->gid = group.gid;
+  entry->member_count = static_cast<int>(group.members.size());
+  entry->name = Append(&at, group.name);
+  entry->members = at;
+  for (const std::string& member : group.members) Append(&at, member);
+  return entry;
+}
+
+int ToEntry(Lookup found, const GroupWithMembers& group, KestGroupEntry** out) {
+  if (found != Lookup::kFound) return ToResult(found);
+  *out = NewEntry(group);
+  return *out == nullptr ? -1 : 1;
+}
+
+int GroupEntry(const char* name, KestGroupEntry** out) {
+  auto directory = Directory();
+  GroupWithMembers group;
+  return directory == nullptr ? -1 : ToEntry(FindGroup(*directory, name, &group), group, out);
+}
+
+int GroupEntryByGid(int gid, KestGroupEntry** out) {
+  auto directory = Directory();
+  GroupWithMembers group;
+  return directory == nullptr ? -1 : ToEntry(FindGroupByGid(*directory, gid, &group), group, out);
+}
+
 }  // namespace
 }  // namespace kest
 
 const KestAccountsModule* KestAccountsModuleTable(void) {
-  static constexpr KestAccountsModule kTable = {kest::CheckLogin, kest::Find,        kest::FindByUid, kest::CountLogin,
-                                                kest::Record,     kest::RecordByUid, kest::NameSource};
+  static constexpr KestAccountsModule kTable = {kest::CheckLogin, kest::Find,           kest::FindByUid,
+                                                kest::CountLogin, kest::Record,         kest::RecordByUid,
+                                                kest::NameSource, kest::SharePrivilege, kest::GroupsOfUser,
+                                                kest::GroupEntry, kest::GroupEntryByGid};
   return &kTable;
 }

@@ -19,6 +19,14 @@ struct KestAccountState {
   int64_t login_serial;
 };
 
+// A group in one block of malloc(). The members' names stand one behind the other, each with its NUL.
+struct KestGroupEntry {
+  int gid;
+  int member_count;
+  const char* name;
+  const char* members;
+};
+
 // Results: 1 found, 0 no such account, negative when the database failed (logged). Outputs are filled only with 1.
 struct KestAccountsModule {
   // 1 right; -1 wrong name or password; -2 right, but the account is disabled or expired (`out` is filled);
@@ -33,6 +41,14 @@ struct KestAccountsModule {
   int (*record_by_uid)(int uid, KESTUSER** out);
   // 2 a name of a domain account, 1 of a local one.
   int (*name_source)(const char* name);
+  // Right of a domain account on a share, as KestCgiDomGetPrivilege() answers it.
+  int (*share_privilege)(const char* share, const char* user, const char* argument, int* privilege);
+  // The groups that an account is a member of, without its primary one: *gids is for free(). @return their number; 0
+  // also for an unknown account; negative when the database failed
+  int (*groups_of)(const char* user, uint32_t** gids);
+  // A group with its members, for free().
+  int (*group_entry)(const char* name, KestGroupEntry** out);
+  int (*group_entry_by_gid)(int gid, KestGroupEntry** out);
 };
 
 KEST_MODULE_TABLE(KestAccountsModule, KestAccountsModuleTable);

@@ -35,6 +35,8 @@ class LocalAccounts : public AccountSource {
     *out = account;
     return PasswordCheck::kRight;
   }
+
+  int SharePrivilege(const std::string&, const std::string&, const std::string&, int*) override { return -1; }
 };
 
 }  // namespace
