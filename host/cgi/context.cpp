@@ -6,6 +6,7 @@
 #include <new>
 
 #include "host/cgi/request_body.h"
+#include "host/identity/capabilities.h"
 
 namespace {
 
@@ -25,6 +26,8 @@ int KestCgiInit(const char* textRoot, KESTCGI* ctx) {
   *ctx = KESTCGI{};
   BufferOutputWhole();
   kest::DropUnreadBodyAtExit();
+  // The right to take on an account is the program's, not that of what it starts.
+  kest::KeepCapabilitiesFromChildren();
   return kest::Guarded(-1, [&] {
     auto core = std::make_unique<KestCgiCore>();
     if (textRoot != nullptr) core->text_root = textRoot;
