@@ -19,4 +19,5 @@ set(TARVEL_FAMILIES
   user
   group
   share
+  file_share
 )

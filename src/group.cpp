@@ -8,6 +8,7 @@
 #include "internal/buffer.h"
 #include "internal/log.h"
 #include "internal/platform_record.h"
+#include "internal/text_of.h"
 #include "platform/klib.h"
 #include "user.h"
 
@@ -18,9 +19,8 @@ constexpr char kLogSource[] = "group";
 constexpr char kEverybody[] = "users";
 constexpr int kUnsaved = -1;
 
+using tarvel_internal::TextOf;
 using GroupRecord = tarvel_internal::PlatformRecord<KESTGROUP, KESTGroupFree>;
-
-std::string TextOf(const char* text) { return text != nullptr ? text : ""; }
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 
 #include "internal/log.h"
 #include "internal/platform_record.h"
+#include "internal/text_of.h"
 #include "platform/klib.h"
 #include "share_priv.h"
 #include "webutils.h"
@@ -18,9 +19,8 @@ constexpr int kVolumePathBytes = 64;
 constexpr char kSeparator[] = ",";
 
 using Names = SDK::SharePriv::Names;
+using tarvel_internal::TextOf;
 using ShareRecord = tarvel_internal::PlatformRecord<KESTSHARE, KESTShareFree>;
-
-std::string TextOf(const char* text) { return text != nullptr ? text : ""; }
 
 Names SetOf(const std::string& list) {
   Names names;

@@ -10,6 +10,7 @@
 
 #include "internal/log.h"
 #include "internal/platform_record.h"
+#include "internal/text_of.h"
 #include "platform/klib.h"
 
 namespace {
@@ -28,9 +29,8 @@ constexpr int kNotExpired = 0;
 constexpr int kDefaultPrivilege = 3;
 constexpr int64_t kSecondsPerDay = 86400;
 
+using tarvel_internal::TextOf;
 using UserRecord = tarvel_internal::PlatformRecord<KESTUSER, KESTUserFree>;
-
-std::string TextOf(const char* text) { return text != nullptr ? text : ""; }
 
 // On the heap and null when memory is short, which the conversion then refuses and the caller logs.
 std::unique_ptr<KESTUSER> BlankRecord() {

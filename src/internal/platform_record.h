@@ -1,6 +1,8 @@
 #ifndef TARVEL_INTERNAL_PLATFORM_RECORD_H
 #define TARVEL_INTERNAL_PLATFORM_RECORD_H
 
+#include <utility>
+
 #include "platform/klib.h"
 
 namespace tarvel_internal {
@@ -40,6 +42,8 @@ class TextList {
   PSZLIST get() const { return list_; }
   PSZLIST* Slot() { return &list_; }
   const char* At(int index) const { return SzKLIBSzListGet(list_, index); }
+  /// Hands the list over to a caller.
+  PSZLIST Release() { return std::exchange(list_, nullptr); }
 
  private:
   PSZLIST list_;

@@ -5,7 +5,9 @@
 // The programs use 64-bit file offsets and times, so some calls carry another name for the linker, and not the same one
 // on every architecture; here that is said once, with asm labels.
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <regex.h>
 #include <sys/select.h>
@@ -26,11 +28,13 @@
 
 #if __SIZEOF_POINTER__ == 4
 #define STAT_NAME "__stat64_time64"
+#define LSTAT_NAME "__lstat64_time64"
 #define FSTAT_NAME "__fstat64_time64"
 #define SELECT_NAME "__select64"
 #define TIME_NAME "__time64"
 #else
 #define STAT_NAME "stat64"
+#define LSTAT_NAME "lstat64"
 #define FSTAT_NAME "fstat64"
 #define SELECT_NAME "select"
 #define TIME_NAME "time"
@@ -42,6 +46,7 @@ int RealGethostname(char* name, size_t bytes) __asm__("__real_gethostname");
 pid_t RealSetsid() __asm__("__real_setsid");
 int RealOpen(const char* path, int flags, ...) __asm__("__real_open64");
 int RealStat(const char* path, struct stat* info) __asm__("__real_" STAT_NAME);
+int RealLstat(const char* path, struct stat* info) __asm__("__real_" LSTAT_NAME);
 int RealFstat(int fd, struct stat* info) __asm__("__real_" FSTAT_NAME);
 ssize_t RealRead(int fd, void* buffer, size_t bytes) __asm__("__real_read");
 int RealClose(int fd) __asm__("__real_close");
@@ -65,6 +70,12 @@ ssize_t RealGetdelim(char** line, size_t* room, int end, FILE* file) __asm__("__
 int RealMkdir(const char* path, mode_t mode) __asm__("__real_mkdir");
 int RealChown(const char* path, uid_t user, gid_t group) __asm__("__real_chown");
 int RealChmod(const char* path, mode_t mode) __asm__("__real_chmod");
+int RealChdir(const char* path) __asm__("__real_chdir");
+char* RealGetcwd(char* buffer, size_t bytes) __asm__("__real_getcwd");
+DIR* RealOpendir(const char* path) __asm__("__real_opendir");
+struct dirent* RealReaddir(DIR* folder) __asm__("__real_readdir64");
+int RealClosedir(DIR* folder) __asm__("__real_closedir");
+int RealInitgroups(const char* user, gid_t group) __asm__("__real_initgroups");
 int RealRegcomp(regex_t* compiled, const char* pattern, int flags) __asm__("__real_regcomp");
 int RealRegexec(const regex_t* compiled, const char* text, size_t slots, regmatch_t* found,
                 int flags) __asm__("__real_regexec");
@@ -74,6 +85,7 @@ int WrapGethostname(char* name, size_t bytes) __asm__("__wrap_gethostname");
 pid_t WrapSetsid() __asm__("__wrap_setsid");
 int WrapOpen(const char* path, int flags, ...) __asm__("__wrap_open64");
 int WrapStat(const char* path, struct stat* info) __asm__("__wrap_" STAT_NAME);
+int WrapLstat(const char* path, struct stat* info) __asm__("__wrap_" LSTAT_NAME);
 int WrapFstat(int fd, struct stat* info) __asm__("__wrap_" FSTAT_NAME);
 ssize_t WrapRead(int fd, void* buffer, size_t bytes) __asm__("__wrap_read");
 int WrapClose(int fd) __asm__("__wrap_close");
@@ -98,6 +110,12 @@ int WrapMkdir(const char* path, mode_t mode) __asm__("__wrap_mkdir");
 int WrapChown(const char* path, uid_t user, gid_t group) __asm__("__wrap_chown");
 int WrapChmod(const char* path, mode_t mode) __asm__("__wrap_chmod");
 int WrapSystem(const char* command) __asm__("__wrap_system");
+int WrapChdir(const char* path) __asm__("__wrap_chdir");
+char* WrapGetcwd(char* buffer, size_t bytes) __asm__("__wrap_getcwd");
+DIR* WrapOpendir(const char* path) __asm__("__wrap_opendir");
+struct dirent* WrapReaddir(DIR* folder) __asm__("__wrap_readdir64");
+int WrapClosedir(DIR* folder) __asm__("__wrap_closedir");
+int WrapInitgroups(const char* user, gid_t group) __asm__("__wrap_initgroups");
 int WrapRegcomp(regex_t* compiled, const char* pattern, int flags) __asm__("__wrap_regcomp");
 int WrapRegexec(const regex_t* compiled, const char* text, size_t slots, regmatch_t* found,
                 int flags) __asm__("__wrap_regexec");
@@ -110,6 +128,7 @@ namespace {
 using tarvel_test::Machine;
 
 constexpr char kBlock[] = "block from malloc";
+constexpr char kFolder[] = "open folder";
 constexpr char kPattern[] = "compiled pattern";
 constexpr char kMakeDirectory[] = "/bin/mkdir -p ";
 
@@ -167,6 +186,10 @@ int WrapOpen(const char* path, int flags, ...) {
 
 int WrapStat(const char* path, struct stat* info) {
   return Fails("stat", path) ? -1 : RealStat(RealPath(path).c_str(), info);
+}
+
+int WrapLstat(const char* path, struct stat* info) {
+  return Fails("lstat", path) ? -1 : RealLstat(RealPath(path).c_str(), info);
 }
 
 int WrapFstat(int fd, struct stat* info) { return Fails("fstat") ? -1 : RealFstat(fd, info); }
@@ -304,6 +327,41 @@ int WrapChown(const char* path, uid_t user, gid_t group) {
 int WrapChmod(const char* path, mode_t mode) {
   if (Fails("chmod", path, Octal(mode))) return -1;
   return RealChmod(RealPath(path).c_str(), mode);
+}
+
+int WrapChdir(const char* path) { return Fails("chdir", path) ? -1 : RealChdir(RealPath(path).c_str()); }
+
+char* WrapGetcwd(char* buffer, size_t bytes) {
+  return Fails("getcwd", std::to_string(bytes)) ? nullptr : RealGetcwd(buffer, bytes);
+}
+
+DIR* WrapOpendir(const char* path) {
+  if (Fails("opendir", path)) return nullptr;
+  DIR* const folder = RealOpendir(RealPath(path).c_str());
+  if (folder != nullptr && Machine::Current() != nullptr) Machine::Current()->ledger().Take(kFolder, folder);
+  return folder;
+}
+
+// A fault of "readdir type" gives the entry the type that stands in the place of an error number.
+struct dirent* WrapReaddir(DIR* folder) {
+  if (Fails("readdir")) return nullptr;
+  struct dirent* const entry = RealReaddir(folder);
+  if (entry != nullptr && Machine::Current() != nullptr && Machine::Current()->Fails("readdir type")) {
+    entry->d_type = static_cast<unsigned char>(errno);
+  }
+  return entry;
+}
+
+int WrapClosedir(DIR* folder) {
+  if (Machine::Current() != nullptr) Machine::Current()->ledger().Give(kFolder, folder);
+  Fails("closedir");
+  return RealClosedir(folder);
+}
+
+// Only a superuser could do it.
+int WrapInitgroups(const char* user, gid_t group) {
+  if (Machine::Current() == nullptr) return RealInitgroups(user, group);
+  return Fails("initgroups", user, std::to_string(group)) ? -1 : 0;
 }
 
 // No shell runs in these tests; the one thing that the library asks of it is done here.

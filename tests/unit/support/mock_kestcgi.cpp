@@ -140,6 +140,17 @@ int KestCgiDomValidShareWrite(const char* user, const char* buf) {
   return Called("KestCgiDomValidShareWrite").KestCgiDomValidShareWrite(user, buf);
 }
 
+int KestCgiDomGetPrivilege(const char* share, const char* user, const char* domainArg, int* privilege) {
+  const tarvel_test::UncountedNew memory;
+  return Called("KestCgiDomGetPrivilege").KestCgiDomGetPrivilege(share, user, domainArg, privilege);
+}
+
+int KestCgiGIDGet(const char* sid, const char* user) { return Called("KestCgiGIDGet").KestCgiGIDGet(sid, user); }
+
+int KestCgiGidSet(const char* sid, const char* user) { return Called("KestCgiGidSet").KestCgiGidSet(sid, user); }
+
+int KestCgiUidSet(const char* sid, const char* user) { return Called("KestCgiUidSet").KestCgiUidSet(sid, user); }
+
 int KestCgiURLEncode(const char* text, char* buf, int size) {
   return Called("KestCgiURLEncode").KestCgiURLEncode(text, buf, size);
 }

@@ -45,6 +45,11 @@ class MockKestCgi : public CurrentMock<MockKestCgi> {
   MOCK_METHOD(int, KestCgiLoginNoAuth, (KESTCGI * ctx, char* buf, char* unused, _tag_login_params* params));
   MOCK_METHOD(int, KestCgiLogout, (KESTCGI * ctx, const char* user));
   MOCK_METHOD(int, KestCgiDomValidShareWrite, (const char* user, const char* buf));
+  MOCK_METHOD(int, KestCgiDomGetPrivilege,
+              (const char* share, const char* user, const char* domain_arg, int* privilege));
+  MOCK_METHOD(int, KestCgiGIDGet, (const char* sid, const char* user));
+  MOCK_METHOD(int, KestCgiGidSet, (const char* sid, const char* user));
+  MOCK_METHOD(int, KestCgiUidSet, (const char* sid, const char* user));
   MOCK_METHOD(int, KestCgiURLEncode, (const char* text, char* buf, int size));
 };
 

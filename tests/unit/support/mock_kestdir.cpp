@@ -13,6 +13,7 @@ constexpr char kUserCursor[] = "cursor over the accounts";
 constexpr char kGroup[] = "record of a group";
 constexpr char kGroupCursor[] = "cursor over the groups";
 constexpr char kShare[] = "record of a share";
+constexpr char kShareCursor[] = "cursor over the shares";
 
 using Called = MockKestDir::Uncounted;
 
@@ -137,6 +138,19 @@ int KESTGroupEnumByPrefix(PSZLIST* list, AUTH_TYPE type, const char* prefix, int
 
 int KESTShareGet(const char* name, KESTSHARE** slot) {
   return Delivered(kShare, slot, [&] { return Called("KESTShareGet")->KESTShareGet(name, slot); });
+}
+
+KESTSHAREDB* KESTShareDBOpen(void) { return Opened(kShareCursor, Called("KESTShareDBOpen")->KESTShareDBOpen()); }
+
+int KESTShareDBCursorGet(KESTSHAREDB* db, KESTSHARE** slot) {
+  return Delivered(kShare, slot, [&] { return Called("KESTShareDBCursorGet")->KESTShareDBCursorGet(db, slot); });
+}
+
+int KESTShareDBClose(KESTSHAREDB* db) {
+  const tarvel_test::UncountedNew memory;
+  MockKestDir::Called("KESTShareDBClose");
+  Ledger().Give(kShareCursor, db);
+  return 0;
 }
 
 int KESTShareEnum(PSZLIST* list, KEST_SHARE_ENUM type) {

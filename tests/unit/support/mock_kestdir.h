@@ -36,6 +36,8 @@ class MockKestDir : public CurrentMock<MockKestDir> {
   MOCK_METHOD(int, KESTGroupEnumByPrefix, (PSZLIST * list, AUTH_TYPE type, const char* prefix, int one));
 
   MOCK_METHOD(int, KESTShareGet, (const char* name, KESTSHARE** slot));
+  MOCK_METHOD(KESTSHAREDB*, KESTShareDBOpen, ());
+  MOCK_METHOD(int, KESTShareDBCursorGet, (KESTSHAREDB * db, KESTSHARE** slot));
   MOCK_METHOD(int, KESTShareEnum, (PSZLIST * list, KEST_SHARE_ENUM type));
   MOCK_METHOD(int, KESTShareEnumByPrefix, (PSZLIST * list, KEST_SHARE_ENUM type, const char* prefix, int one));
   MOCK_METHOD(int, KESTShareEncryptionAction, (int op, _tag_KEST_SHARE_ENC_* request));

@@ -25,6 +25,8 @@ int MockKlib::Growing(PSZLIST* list, const std::function<int()>& call) {
 
 int KLIBErrGet(void) { return MockKlib::Uncounted("KLIBErrGet")->KLIBErrGet(); }
 
+void KLIBErrSet(int code) { MockKlib::Uncounted("KLIBErrSet")->KLIBErrSet(code); }
+
 int BlKLIBIsIpMask(const char* text) { return MockKlib::Uncounted("BlKLIBIsIpMask")->BlKLIBIsIpMask(text); }
 
 int BlKLIBIsShareName(const char* name) { return MockKlib::Uncounted("BlKLIBIsShareName")->BlKLIBIsShareName(name); }

@@ -14,6 +14,7 @@ namespace tarvel_test {
 class MockKlib : public CurrentMock<MockKlib> {
  public:
   MOCK_METHOD(int, KLIBErrGet, ());
+  MOCK_METHOD(void, KLIBErrSet, (int code));
   MOCK_METHOD(int, BlKLIBIsIpMask, (const char* text));
   MOCK_METHOD(int, BlKLIBIsShareName, (const char* name));
   MOCK_METHOD(char*, SzKLIBStrCaseLower, (char* text));
