@@ -34,8 +34,12 @@ int Find(const char* name, KestAccountState* out) {
 }  // namespace
 
 const KestAccountsModule* KestAccountsModuleTable(void) {
-  static constexpr KestAccountsModule kTable = {nullptr, Find, nullptr, nullptr, nullptr, nullptr, nullptr};
-  return &kTable;
+  static const KestAccountsModule table = [] {
+    KestAccountsModule made = {};
+    made.find = Find;
+    return made;
+  }();
+  return &table;
 }
 
 extern "C" int __wrap_quotactl(int command, const char* device, int id, caddr_t address) {
