@@ -18,10 +18,6 @@ if(TARVEL_SANITIZERS)
   add_compile_options(-fsanitize=${TARVEL_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${TARVEL_SANITIZERS})
 endif()
-if(TARVEL_COVERAGE)
-  add_compile_options(--coverage -O0)
-  add_link_options(--coverage)
-endif()
 
 # tarvel_lean_library(target): what is mapped at each start of a program. Its own names are bound when it is linked, not at
 # every start; code and read-only data share one mapping.

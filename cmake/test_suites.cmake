@@ -1,7 +1,7 @@
-# Read by ctest: one test for each suite of `program`, a GoogleTest program, named "<preset>/<Suite>".
+# Read by ctest: one test for each suite of `program`, a GoogleTest program, named "<prefix>/<Suite>".
 get_filename_component(name "${program}" NAME)
 if(NOT EXISTS "${program}")
-  add_test("${preset}/${name}_NOT_BUILT" "${program}")
+  add_test("${prefix}/${name}_NOT_BUILT" "${program}")
   return()
 endif()
 execute_process(COMMAND ${emulator} "${program}" --gtest_list_tests
@@ -13,7 +13,7 @@ endif()
 string(REGEX MATCHALL "(^|\n)[A-Za-z0-9_/]+[.]" suites "${listing}")
 list(TRANSFORM suites STRIP)
 foreach(suite IN LISTS suites)
-  string(REGEX REPLACE "[.]$" "" test "${preset}/${suite}")
+  string(REGEX REPLACE "[.]$" "" test "${prefix}/${suite}")
   add_test("${test}" ${emulator} "${program}" "--gtest_filter=${suite}*")
   set_tests_properties("${test}" PROPERTIES ${properties})
 endforeach()
