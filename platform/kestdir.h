@@ -76,7 +76,7 @@ typedef struct KESTSHARE {
   int attr;        ///< of the platform; carried unchanged by callers
   int browseable;  ///< non-zero: shown in listings
   int ftp;         ///< transfer restrictions: value 1 no listing, 2 no modification, 4 no download
-  int enc;         ///< encryption state: 0 clear; value 1 second state, 2 encrypted, 4 mounted automatically
+  int enc;         ///< encryption state: 0 clear; value 1 not mounted now, 2 encrypted, 4 mounted automatically
   int zero1;       ///< 0
   int zero2;       ///< 0
 } KESTSHARE;

@@ -29,6 +29,15 @@ ErrorCode ErrorCodeOf(int error) {
       return kErrorBadParameter;
     case ENOMEM:
       return kErrorNoMemory;
+    case EEXIST:
+    case ENOTEMPTY:
+      return kErrorTaken;
+    case EBUSY:
+    case ETXTBSY:
+      return kErrorBusy;
+    case ENOTSUP:
+    case ENOSYS:
+      return kErrorUnsupported;
     case ENOSPC:
     case EDQUOT:
       return kErrorNoSpace;

@@ -7,9 +7,12 @@ namespace kest {
 enum ErrorCode : int {
   kErrorDenied = 0x300,        // EACCES, EPERM, EROFS
   kErrorNoSuchObject = 0x600,  // ENOENT, ENOTDIR
-  kErrorTaken = 0x700,         // a name that another one has
   kErrorBadParameter = 0xD00,  // a null text, a value out of range
   kErrorNoMemory = 0x200,      // ENOMEM
+  kErrorTaken = 0x700,         // EEXIST, ENOTEMPTY: a name or a place that somebody else has
+  kErrorBusy = 0x1600,         // EBUSY: in use, or somebody else is at it
+  kErrorWrongKey = 0x2D00,     // a passphrase that does not fit
+  kErrorUnsupported = 0x3000,  // ENOTSUP, ENOSYS: this machine cannot do it
   kErrorNoSpace = 0x2900,      // ENOSPC, EDQUOT
   kErrorSystem = 0x8100,       // anything else the system refused
 };

@@ -19,8 +19,6 @@ class AbsentTest : public ::testing::Test {
     EXPECT_EQ(0x600, KLIBErrGet());
     KLIBErrSet(0);
   }
-
-  char device_[4] = "sda";
 };
 
 TEST_F(AbsentTest, NoListsOfAccountsAndNoneIsSaved) {
@@ -56,33 +54,6 @@ TEST_F(AbsentTest, NoGroups) {
   EXPECT_EQ(nullptr, slot);
   EXPECT_EQ(nullptr, text);
   KESTGroupFree(slot);
-}
-
-TEST_F(AbsentTest, NoShares) {
-  SHAREDEFAULTREQ request = {"usbshare1", "/volumeUSB1/usbshare", device_};
-  KESTSHARE* slot = nullptr;
-  KESTSHARE share = {};
-  IsRefused(ShareDefaultGet(&request, &slot));
-  IsRefused(KESTShareGet("photo", &slot));
-  IsRefused(KESTShareSet(nullptr, &share, nullptr));
-  PSZLIST list = nullptr;
-  IsRefused(KESTShareEnum(&list, KEST_SHARE_ENUM_COUNTED));
-  IsRefused(KESTShareEnumByPrefix(&list, KEST_SHARE_ENUM_COUNTED, "", 1));
-  EXPECT_EQ(nullptr, KESTShareDBOpen());
-  IsRefused(KESTShareDBCursorGet(nullptr, &slot));
-  EXPECT_EQ(0, KESTShareDBClose(nullptr));
-  _tag_KEST_SHARE_ENC_ request_block = {};
-  IsRefused(KESTShareEncryptionAction(3, &request_block));
-  EXPECT_EQ(nullptr, slot);
-  KESTShareFree(slot);
-}
-
-TEST_F(AbsentTest, QuestionsAboutSharesAreAnsweredNo) {
-  EXPECT_EQ(0, ShareNameCheck("homes"));
-  EXPECT_EQ(0, BlShareIIsSATASection("satashare"));
-  EXPECT_EQ(0, BlShareIIsUsbSection("usbshare1"));
-  EXPECT_EQ(0, BlSDKUserIsInList("anna", "anna"));
-  IsRefused(UserCheckRights(nullptr, nullptr, nullptr));
 }
 
 TEST_F(AbsentTest, NoAppleTalk) {
