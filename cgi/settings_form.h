@@ -5,6 +5,8 @@
 #include <tarvel/form_handler.h>
 #include <tarvel/string_bundle.h>
 
+#include <string>
+
 #include "reply.h"
 
 namespace site {
@@ -49,11 +51,15 @@ class SettingsForm : public ServerFormHandler {
     return 0;
   }
 
-  /// Records the words of a key of the section "error" beside a field.
-  void Refuse(const char* field, const char* key) {
+  /// Records the words of a key of the section "error" beside a field, `value` where they have a place for it.
+  void Refuse(const char* field, const char* key, const std::string& value = "") {
+    static constexpr char kPlace[] = "{value}";
     char section[] = "error";
     StringBundle texts(section, nullptr, nullptr, nullptr, nullptr, nullptr);
-    SetFieldInvalid(field, texts.Text(key, ""));
+    std::string words = texts.Text(key, "");
+    const size_t at = words.find(kPlace);
+    if (at != std::string::npos) words.replace(at, sizeof kPlace - 1, value);
+    SetFieldInvalid(field, words.c_str());
   }
 
  private:

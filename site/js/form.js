@@ -59,3 +59,10 @@ export async function showErrors(form, errors, [one, some] = kNotSaved) {
   await showNotice('error', bad.length === 1 ? one : some, { value: bad.length });
   bad[0]?.focus();
 }
+
+// Where a program refuses: beside the fields, or in the page's notice.
+export async function showRefusal(form, { errors, errinfo, errno }) {
+  if (errors) await showErrors(form, errors);
+  else if (errinfo) await showNotice('error', `${errinfo.sec}:${errinfo.key}`);
+  else if (errno) await showNotice('error', `${errno.section}:${errno.key}`);
+}
