@@ -48,6 +48,7 @@ constexpr Entry kNavigation[] = {
     {"frame:group_system", "charts", "/charts.html", "frame:nav_charts", false},
     {"frame:group_people", "account_mail", "/account_mail.html", "frame:nav_account_mail", true},
     {"frame:group_storage", "volumes", "/volumes.html", "frame:nav_volumes", true},
+    {"frame:group_storage", "shares", "/shares.html", "frame:nav_shares", true},
     {"frame:group_storage", "disks", "/disks.html", "frame:nav_disks", true},
     {"frame:group_storage", "backups", "/backups.html", "frame:nav_backups", true},
     {"frame:group_services", "vhosts", "/vhosts.html", "frame:nav_vhosts", true},
