@@ -61,6 +61,29 @@ async function backupPage({ page, url }) {
   await assertAccessible(page, "backups, the question before a task is removed", 15);
 }
 
+async function sharePage({ page, url }) {
+  await page.goto(`${url}/shares.html`);
+  await page.click("#new");
+  await page.fill("#name", "global");
+  await page.selectOption("#new_encryption", "auto");
+  await page.click("#save");
+  await page.waitForSelector("#notice.error");
+  await assertAccessible(page, "shared folders, fields refused");
+  await page.selectOption("#new_encryption", "none");
+  for (const [id, words] of Object.entries({ name: "pictures", desc: "Pictures", ro: "", rw: "anna" })) await page.fill(`#${id}`, words);
+  await page.check("#hidden");
+  await page.click("#save");
+  await page.waitForSelector("#notice.success");
+  const row = page.locator('#shares tr[data-name="pictures"]');
+  await row.locator("[id^=edit]").click();
+  await page.waitForSelector("#editor:not([hidden])");
+  await assertAccessible(page, "shared folders, one changed");
+  await row.locator("[id^=encryption]").click();
+  await page.waitForSelector("#encrypting:not([hidden])");
+  await page.selectOption("#encryption", "manual");
+  await assertAccessible(page, "shared folders, one to be encrypted");
+}
+
 async function pagesOfAnAdministrator({ page, url, login }) {
   await login("admin");
   for (const name of ["index", "upload", "logout", "nowhere"]) {
@@ -88,6 +111,7 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await page.reload();
   await page.waitForSelector("#progress:not([hidden])");
   await assertAccessible(page, "volumes, one being built");
+  await sharePage({ page, url });
   await page.goto(`${url}/disks.html`);
   await page.waitForSelector("#disks [data-disk]");
   await assertAccessible(page, "external disks");
