@@ -7,6 +7,12 @@
 /// A "slot" is a caller's pointer that starts as NULL. A call that delivers a record into it replaces what it holds
 /// (frees or reuses it); a call that fails leaves it NULL or with a record that is still to be freed. The caller frees
 /// it once, at the end. Texts of a delivered record belong to the record.
+///
+/// A new name of an account or a group has 1 to 255 bytes of UTF-8 without control characters and without , : @ \ / ",
+/// does not begin with "-" or a blank, does not end with a blank and is neither "." nor "..". It differs from every
+/// other account's (or group's) by more than case; accounts and groups do not share their names. A name of an account
+/// of the system itself ("root") counts as taken. Other texts are UTF-8 of at most 4096 bytes; home and shell are
+/// absolute paths without ":", and they and the mail address have no control characters.
 #ifndef PLATFORM_KESTDIR_H_
 #define PLATFORM_KESTDIR_H_
 
@@ -136,13 +142,15 @@ int KESTUserGetByUID(int uid, KESTUSER** slot);
 void KESTUserFree(KESTUSER* user);
 
 /// Creates or changes accounts, all of them or none. Records that callers build hold borrowed texts; nothing is kept of
-/// them.
+/// them. Memberships and access lists follow a renamed account, and so does a home that lies where that of its old name
+/// does. A new password ends the account's sessions.
 /// @param existing  array of `count` names; NULL at an index creates an account, a name changes (and, when the record's
 ///                  name differs, renames) that one
 /// @param records   array of `count` records
 /// @param count     1
-/// @return 0 when stored; negative on failure: a missing or taken name, a value out of range, the database cannot be
-///         written
+/// @return 0 when stored; negative on failure: a missing or taken name, a value out of range (also a uid that is not
+/// that
+///         of the account, or not -1 in a new one), the database cannot be written
 int KESTUserSet(const char** existing, KESTUSER** records, int count);
 
 /// Tells whether an expiry day lies in the past.
@@ -170,7 +178,8 @@ int KESTUserExpiredDateFill(KESTUSER* user, const char* date);
 /// @return the cursor, to be closed with KESTUserDBClose(); NULL when the database cannot be read
 KESTUSERDB* KESTUserDBOpen(void);
 
-/// Delivers the next account. The order is stable between two changes of the database.
+/// Delivers the next account. The order is that of KESTUserEnumByPrefix(). A walk sees the accounts as they were when
+/// it delivered the first, whatever changes meanwhile.
 /// @param db    the cursor
 /// @param slot  receives the record
 /// @param type  source of the accounts wanted
@@ -188,10 +197,11 @@ int KESTUserDBClose(KESTUSERDB* db);
 /// @return 0 when refreshed; negative on failure, also when no domain is joined
 int KESTUserDBDomainRebuild(int zero);
 
-/// Appends the names of the accounts that begin with a prefix, in ascending order without regard to case.
-/// @param list    address of an existing list
+/// Appends the names of the accounts that begin with a prefix, in ascending order without regard to case: by the code
+/// points of their case folding, so that "z" stands before a letter with an accent.
+/// @param list    address of an existing list; after a failure it holds what it held
 /// @param type    source of the accounts
-/// @param prefix  compared without regard to case; "" is all
+/// @param prefix  compared without regard to case; "" is all, and what is no UTF-8 begins no name
 /// @param one     reserved, 1
 /// @return number of names appended, 0 or more; negative on failure
 int KESTUserEnumByPrefix(PSZLIST* list, AUTH_TYPE type, const char* prefix, int one);
@@ -216,7 +226,9 @@ int KESTGroupGet(const char* name, KESTGROUP** slot);
 /// @param group  the record; NULL is accepted
 void KESTGroupFree(KESTGROUP* group);
 
-/// Creates or changes a group with its members. Its description is kept apart: KESTGroupDescSet().
+/// Creates or changes a group with its members. Its description is kept apart: KESTGroupDescSet(). Members,
+/// description and access lists follow a renamed group. Everybody is in the group "users", which has no members to be
+/// stored; it and "administrators", whose members are those who administer the appliance, cannot be renamed.
 /// @param existing  NULL creates a group, a name changes (and, when the record's name differs, renames) that one
 /// @param group     the record; its texts are borrowed
 /// @return 0 when stored; negative on failure: a missing or taken name, an unknown member, the database cannot be
@@ -240,7 +252,7 @@ int KESTGroupDescSet(const char* name, const char* textOrNull);
 /// @return the cursor, to be closed with KESTGroupDBClose(); NULL when the database cannot be read
 KESTGROUPDB* KESTGroupDBOpen(void);
 
-/// Delivers the next group. The order is stable between two changes of the database.
+/// Delivers the next group, as KESTUserDBGetByCursor() does.
 /// @param db    the cursor
 /// @param slot  receives the record
 /// @param type  source of the groups wanted

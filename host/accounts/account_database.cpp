@@ -78,6 +78,24 @@ Lookup AccountDatabase::Apply(Statement& change) {
 Lookup AccountDatabase::Add(const Account& account, const std::string& hash) {
   Transaction transaction(*database_);
   if (!transaction.open()) return Lookup::kFailed;
+  const Lookup added = Insert(account, hash);
+  if (added != Lookup::kFound) return added;
+  return transaction.Commit() ? Lookup::kFound : Lookup::kFailed;
+}
+
+Lookup AccountDatabase::AddAll(const std::vector<Account>& accounts, size_t* added) {
+  *added = 0;
+  Transaction transaction(*database_);
+  if (!transaction.open()) return Lookup::kFailed;
+  for (const Account& account : accounts) {
+    const Lookup inserted = Insert(account, "");
+    if (inserted != Lookup::kFound) return inserted;
+    ++*added;
+  }
+  return transaction.Commit() ? Lookup::kFound : Lookup::kFailed;
+}
+
+Lookup AccountDatabase::Insert(const Account& account, const std::string& hash) {
   Statement insert(*database_,
                    "INSERT INTO accounts (name, folded, gid, hash, description, home, shell, email, expire_day)"
                    " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT (folded) DO NOTHING");
@@ -85,8 +103,7 @@ Lookup AccountDatabase::Add(const Account& account, const std::string& hash) {
   insert.Bind(5, account.description).Bind(6, account.home).Bind(7, account.shell).Bind(8, account.email);
   const Lookup added = Apply(insert.Bind(9, account.expire_day));
   if (added != Lookup::kFound) return added;
-  if (account.administrator && SetAdministrator(account.name, true) != Lookup::kFound) return Lookup::kFailed;
-  return transaction.Commit() ? Lookup::kFound : Lookup::kFailed;
+  return account.administrator ? SetAdministrator(account.name, true) : added;
 }
 
 Lookup AccountDatabase::SetPassword(const std::string& name, const std::string& hash) {

@@ -30,6 +30,8 @@ class AccountDatabase {
 
   // The changes. kAbsent when there is no such account, for Add() when the name is taken.
   Lookup Add(const Account& account, const std::string& hash);
+  // All of these without a password, or none; `added` counts those before the one that was refused.
+  Lookup AddAll(const std::vector<Account>& accounts, size_t* added);
   Lookup SetPassword(const std::string& name, const std::string& hash);
   Lookup SetExpireDay(const std::string& name, int day);
   // Sets the bits of the applications (account_source.h) and leaves the others of the mask as they are.
@@ -39,9 +41,12 @@ class AccountDatabase {
   // Counts a login; `serial` receives its number.
   Lookup CountLogin(int uid, int64_t* serial);
 
+  Database& database() { return *database_; }
+
  private:
   Lookup Read(Statement& query, Account* out, std::string* hash);
   Lookup Apply(Statement& change);
+  Lookup Insert(const Account& account, const std::string& hash);
 
   std::shared_ptr<Database> database_;
 };

@@ -48,6 +48,9 @@ class AccountSource {
   virtual Lookup Find(const std::string& name, Account* out) = 0;
   virtual Lookup FindByUid(int uid, Account* out) = 0;
 
+  // Brings what is kept of the source's accounts up to date; kAbsent where there is no such source.
+  virtual Lookup Refresh() = 0;
+
   // An unknown name is kWrong and takes as long as a wrong password. `out` is filled only on kRight.
   virtual PasswordCheck CheckPassword(const std::string& name, const char* password, Account* out) = 0;
 

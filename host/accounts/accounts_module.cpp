@@ -5,13 +5,17 @@
 
 #include <algorithm>
 
+#include "host/accounts/account_cursor.h"
 #include "host/accounts/account_database.h"
+#include "host/accounts/account_record.h"
 #include "host/accounts/account_source.h"
-#include "host/accounts/directory.h"
+#include "host/accounts/account_store.h"
+#include "host/accounts/directory_question.h"
 #include "host/accounts/expiry.h"
 #include "host/accounts/failure_table.h"
 #include "host/accounts/fold_name.h"
 #include "host/accounts/membership.h"
+#include "host/accounts/packed_text.h"
 
 namespace kest {
 namespace {
@@ -82,38 +86,9 @@ int CountLogin(int uid, int64_t* serial) {
   return directory == nullptr ? -1 : ToResult(AccountDatabase(directory).CountLogin(uid, serial));
 }
 
-char* Append(char** at, const std::string& text) {
-  char* start = *at;
-  memcpy(start, text.c_str(), text.size() + 1);
-  *at += text.size() + 1;
-  return start;
-}
-
-// The record and its texts in one block. The password stays empty: nobody is given the hash.
-KESTUSER* NewRecord(const Account& account) {
-  const size_t texts = account.name.size() + account.description.size() + account.home.size() + account.shell.size() +
-                       account.email.size() + 6;
-  auto* record = static_cast<KESTUSER*>(calloc(1, sizeof(KESTUSER) + texts));
-  if (record == nullptr) return nullptr;
-  char* at = reinterpret_cast<char*>(record + 1);
-  record->name = Append(&at, account.name);
-  record->passwd = Append(&at, "");
-  record->uid = account.uid;
-  record->gid = account.gid;
-  record->desc = Append(&at, account.description);
-  record->home = Append(&at, account.home);
-  record->shell = Append(&at, account.shell);
-  record->expire = account.expire_day;
-  record->noChPasswd = account.no_password_change ? 1 : 0;
-  record->email = Append(&at, account.email);
-  record->attr = account.attributes;
-  record->privilege = account.privilege;
-  return record;
-}
-
 int ToRecord(Lookup found, const Account& account, KESTUSER** out) {
   if (found != Lookup::kFound) return ToResult(found);
-  *out = NewRecord(account);
+  *out = RecordOfAccount(account);
   return *out == nullptr ? -1 : 1;
 }
 
@@ -153,9 +128,9 @@ KestGroupEntry* NewEntry(const GroupWithMembers& group) {
   char* at = reinterpret_cast<char*>(entry + 1);
   entry->gid = group.gid;
   entry->member_count = static_cast<int>(group.members.size());
-  entry->name = Append(&at, group.name);
+  entry->name = AppendText(&at, group.name);
   entry->members = at;
-  for (const std::string& member : group.members) Append(&at, member);
+  for (const std::string& member : group.members) AppendText(&at, member);
   return entry;
 }
 
@@ -177,13 +152,41 @@ int GroupEntryByGid(int gid, KestGroupEntry** out) {
   return directory == nullptr ? -1 : ToEntry(FindGroupByGid(*directory, gid, &group), group, out);
 }
 
+int Save(const char* const* existing, KESTUSER* const* records, int count) {
+  return AskDirectory([=](Database& database) { return SaveAccounts(database, existing, records, count); });
+}
+
+int OpenCursor(KESTUSERDB** cursor) { return OpenWalk(cursor); }
+
+int Next(KESTUSERDB* cursor, KESTUSER** out) {
+  return Contained([=] { return cursor->Next(out); });
+}
+
+void CloseCursor(KESTUSERDB* cursor) { delete cursor; }
+
+int Names(const char* prefix, NameSink sink, void* context) {
+  constexpr const char* kSql = "SELECT name FROM accounts WHERE folded >= ?1 AND folded < ?2 ORDER BY folded";
+  return AskDirectory([=](Database& database) { return NamesByPrefix(database, kSql, prefix, sink, context); });
+}
+
+int Count() { return AskDirectory(CountAccounts); }
+
+int RefreshDomain() {
+  return Contained([] {
+    const Lookup refreshed = DomainSource().Refresh();
+    if (refreshed == Lookup::kFound) return 0;
+    return refreshed == Lookup::kAbsent ? -kErrorNoSuchObject : -kErrorSystem;
+  });
+}
+
 }  // namespace
 }  // namespace kest
 
 const KestAccountsModule* KestAccountsModuleTable(void) {
-  static constexpr KestAccountsModule kTable = {kest::CheckLogin, kest::Find,           kest::FindByUid,
-                                                kest::CountLogin, kest::Record,         kest::RecordByUid,
-                                                kest::NameSource, kest::SharePrivilege, kest::GroupsOfUser,
-                                                kest::GroupEntry, kest::GroupEntryByGid};
+  static constexpr KestAccountsModule kTable = {
+      kest::CheckLogin,      kest::Find,       kest::FindByUid,      kest::CountLogin,   kest::Record,
+      kest::RecordByUid,     kest::NameSource, kest::SharePrivilege, kest::GroupsOfUser, kest::GroupEntry,
+      kest::GroupEntryByGid, kest::Save,       kest::OpenCursor,     kest::Next,         kest::CloseCursor,
+      kest::Names,           kest::Count,      kest::RefreshDomain};
   return &kTable;
 }

@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include "host/accounts/name_list.h"
 #include "host/module/module.h"
 #include "platform/kestdir.h"
 
@@ -49,6 +50,15 @@ struct KestAccountsModule {
   // A group with its members, for free().
   int (*group_entry)(const char* name, KestGroupEntry** out);
   int (*group_entry_by_gid)(int gid, KestGroupEntry** out);
+
+  // From here on negative is an ErrorCode with its sign turned (logged where the machine is to blame).
+  int (*save)(const char* const* existing, KESTUSER* const* records, int count);
+  int (*open_cursor)(KESTUSERDB** cursor);
+  int (*next)(KESTUSERDB* cursor, KESTUSER** out);  // 1 delivered, 0 at the end
+  void (*close_cursor)(KESTUSERDB* cursor);
+  int (*names)(const char* prefix, kest::NameSink sink, void* context);  // their number
+  int (*count)();
+  int (*refresh_domain)();
 };
 
 KEST_MODULE_TABLE(KestAccountsModule, KestAccountsModuleTable);

@@ -9,6 +9,7 @@ class EmptyDomain : public AccountSource {
   bool Owns(const std::string&) const override { return false; }
   Lookup Find(const std::string&, Account*) override { return Lookup::kAbsent; }
   Lookup FindByUid(int, Account*) override { return Lookup::kAbsent; }
+  Lookup Refresh() override { return Lookup::kAbsent; }
   PasswordCheck CheckPassword(const std::string&, const char*, Account*) override { return PasswordCheck::kWrong; }
   int SharePrivilege(const std::string&, const std::string&, const std::string&, int*) override { return -1; }
 };

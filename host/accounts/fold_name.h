@@ -13,10 +13,6 @@ constexpr size_t kMaxNameBytes = 492;
 // comes back as it is: no stored name is equal to it.
 std::string FoldName(const std::string& name);
 
-// Whether an account may have this name: 1 to 492 bytes of UTF-8 without control characters, without , : @ \ / " and
-// without a blank at either end.
-bool IsAccountName(const std::string& name);
-
 }  // namespace kest
 
 #endif  // KEST_HOST_ACCOUNTS_FOLD_NAME_H_

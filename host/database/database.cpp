@@ -150,6 +150,12 @@ bool Statement::Row() {
   return false;
 }
 
+std::string_view Statement::View(int column) const {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+  if (text == nullptr) return {};
+  return {text, static_cast<size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
 std::string Statement::Text(int column) const {
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
   return text == nullptr ? std::string() : std::string(text);

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace kest {
 
@@ -30,6 +31,8 @@ class Database {
 
   // Rows changed by the last statement.
   int Changes() const { return sqlite3_changes(handle_.get()); }
+  // The number that the last inserted row was given.
+  int64_t LastNumber() const { return sqlite3_last_insert_rowid(handle_.get()); }
 
   sqlite3* handle() const { return handle_.get(); }
 
@@ -81,6 +84,8 @@ class Statement {
   int64_t Number(int column) const { return sqlite3_column_int64(statement_, column); }
   int Int(int column) const { return sqlite3_column_int(statement_, column); }
   std::string Text(int column) const;
+  // The same bytes where SQLite has them, until the next step.
+  std::string_view View(int column) const;
   bool IsNull(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
 
  private:

@@ -51,4 +51,6 @@ int FailWith(ErrorCode code) {
   return -1;
 }
 
+int AnswerOf(int result) { return result < 0 ? FailWith(static_cast<ErrorCode>(-result)) : result; }
+
 }  // namespace kest

@@ -23,6 +23,9 @@ ErrorCode ErrorCodeOf(int error);
 /// Records a failure and gives back the -1 that the caller returns.
 int FailWith(ErrorCode code);
 
+/// The answer of a module to the caller: 0 or more as it is; the negative of an ErrorCode is recorded and becomes -1.
+int AnswerOf(int result);
+
 }  // namespace kest
 
 #endif  // KEST_KLIB_ERROR_CODE_H_

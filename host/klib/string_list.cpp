@@ -10,6 +10,8 @@
 #include <cstring>
 #include <iterator>
 
+#include "host/klib/string_list.h"
+
 #include "host/klib/error_code.h"
 #include "platform/klib.h"
 
@@ -74,6 +76,18 @@ bool Append(PSZLIST* list, const char* text, size_t length) {
 }
 
 }  // namespace
+
+namespace kest {
+
+size_t TextCount(PSZLIST list) { return list->count; }
+
+void CutList(PSZLIST list, size_t count) {
+  if (count >= list->count) return;
+  list->used = static_cast<size_t>(Text(list, count) - Bytes(list));
+  list->count = count;
+}
+
+}  // namespace kest
 
 PSZLIST PslKLIBSzListAlloc(int bytes) {
   const size_t size = RoundUp(sizeof(KLIBSZLIST) + static_cast<size_t>(std::max(bytes, 1)));

@@ -1,23 +1,11 @@
 #include "host/schedule/schedule_module.h"
 
-#include <new>
-
-#include "host/klib/error_code.h"
+#include "host/module/contained.h"
 #include "host/schedule/event_log.h"
 #include "host/schedule/job_store.h"
 
 namespace kest {
 namespace {
-
-// No exception leaves the module.
-template <typename Body>
-int Contained(const Body& body) {
-  try {
-    return body();
-  } catch (const std::bad_alloc&) {
-    return -kErrorNoMemory;
-  }
-}
 
 int Find(const char* command, _tag_KEST_SCHEDULE* out) {
   return Contained([=] { return FindJob({}, command, out); });

@@ -7,27 +7,25 @@ namespace {
 
 const KestScheduleModule* Schedule() { return KEST_MODULE(KestScheduleModule, "schedule", KestScheduleModuleTable); }
 
-int Answer(int result) { return result < 0 ? FailWith(static_cast<ErrorCode>(-result)) : result; }
-
 }  // namespace
 }  // namespace kest
 
 int KESTScheduleGet(const char* cmd, _tag_KEST_SCHEDULE* job) {
   if (cmd == nullptr || job == nullptr) return kest::FailWith(kest::kErrorBadParameter);
   const KestScheduleModule* const schedule = kest::Schedule();
-  return schedule == nullptr ? kest::FailWith(kest::kErrorSystem) : kest::Answer(schedule->find(cmd, job));
+  return schedule == nullptr ? kest::FailWith(kest::kErrorSystem) : kest::AnswerOf(schedule->find(cmd, job));
 }
 
 int KESTScheduleSet(_tag_KEST_SCHEDULE* job) {
   if (job == nullptr) return kest::FailWith(kest::kErrorBadParameter);
   const KestScheduleModule* const schedule = kest::Schedule();
-  return schedule == nullptr ? kest::FailWith(kest::kErrorSystem) : kest::Answer(schedule->save(job));
+  return schedule == nullptr ? kest::FailWith(kest::kErrorSystem) : kest::AnswerOf(schedule->save(job));
 }
 
 int KESTScheduleRemove(const char* cmd) {
   if (cmd == nullptr) return kest::FailWith(kest::kErrorBadParameter);
   const KestScheduleModule* const schedule = kest::Schedule();
-  return schedule == nullptr ? kest::FailWith(kest::kErrorSystem) : kest::Answer(schedule->remove(cmd));
+  return schedule == nullptr ? kest::FailWith(kest::kErrorSystem) : kest::AnswerOf(schedule->remove(cmd));
 }
 
 int KESTLogSet1(int category, int level, int event, const char* text1, const char* text2, const char* text3,
@@ -36,5 +34,5 @@ int KESTLogSet1(int category, int level, int event, const char* text1, const cha
   const char* const texts[] = {text(text1), text(text2), text(text3), text(text4)};
   const KestScheduleModule* const schedule = kest::Schedule();
   if (schedule == nullptr) return kest::FailWith(kest::kErrorSystem);
-  return kest::Answer(schedule->log(category, level, event, texts));
+  return kest::AnswerOf(schedule->log(category, level, event, texts));
 }

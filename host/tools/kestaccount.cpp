@@ -11,9 +11,11 @@
 #include <string>
 
 #include "host/accounts/account_database.h"
+#include "host/accounts/account_name.h"
 #include "host/accounts/expiry.h"
-#include "host/accounts/fold_name.h"
 #include "host/accounts/password.h"
+#include "host/groups/group_store.h"
+#include "host/klib/error_code.h"
 
 namespace kest {
 namespace {
@@ -27,6 +29,13 @@ constexpr char kUsage[] =
     "       kestaccount applications NAME LIST  those it may use, of file,audio,download,surveillance; \"\" for none\n"
     "       kestaccount remove NAME\n"
     "       kestaccount list                    name, uid, role, state and applications, separated by tabs\n"
+    "       kestaccount load                    makes an account without a password of each line of standard input: "
+    "name,\n"
+    "                                           description and mail address, separated by tabs; all of them or none\n"
+    "       kestaccount groupadd NAME [TEXT]    make a group with this description\n"
+    "       kestaccount groupdel NAME\n"
+    "       kestaccount join|leave NAME GROUP   put an account into a group, or take it out\n"
+    "       kestaccount groups                  name, gid, number of members and description, separated by tabs\n"
     "Passwords are read from standard input: one line, 1 to 511 bytes.\n"
     "Exit status: 0 done, 1 refused (the reason is on standard error), 2 wrong usage, 3 the database failed.\n";
 
@@ -81,13 +90,15 @@ std::string ReadHash() {
   return hash;
 }
 
+bool MayBeCalled(const std::string& name) { return IsDirectoryName(name) && !IsSystemAccount(name); }
+
 int Add(AccountDatabase& accounts, const char* name, const char* role) {
   if (role != nullptr && strcmp(role, "admin") != 0) return Refuse("the only role is \"admin\"");
-  if (!IsAccountName(name)) return Refuse("no account may have this name");
+  if (!MayBeCalled(name)) return Refuse("no account may have this name");
   Account account;
   account.name = name;
-  account.home = std::string("/var/services/homes/") + name;
-  account.shell = "/sbin/nologin";
+  account.home = UsualHome(name);
+  account.shell = kUsualShell;
   account.administrator = role != nullptr;
   const std::string hash = ReadHash();
   return hash.empty() ? kRefused : Report(accounts.Add(account, hash), "the name is taken");
@@ -164,6 +175,99 @@ int List(AccountDatabase& accounts, const char*, const char*) {
   return kDone;
 }
 
+// The next field of a line that ends at a tab; what is behind it stays.
+std::string TakeField(std::string* line) {
+  const size_t end = std::min(line->find('\t'), line->size());
+  std::string field = line->substr(0, end);
+  line->erase(0, end + 1);
+  return field;
+}
+
+// The next line of standard input, without its end.
+bool ReadLine(std::string* line) {
+  char* text = nullptr;
+  size_t room = 0;
+  const ssize_t length = getline(&text, &room, stdin);
+  if (length > 0) line->assign(text, static_cast<size_t>(length - (text[length - 1] == '\n' ? 1 : 0)));
+  free(text);
+  return length > 0;
+}
+
+// Whether the line is an account that can be stored.
+bool ReadAccount(std::string line, Account* account) {
+  account->name = TakeField(&line);
+  account->description = TakeField(&line);
+  account->email = TakeField(&line);
+  account->home = UsualHome(account->name);
+  account->shell = kUsualShell;
+  return line.empty() && MayBeCalled(account->name) && IsText(account->description) && IsLine(account->email);
+}
+
+int Load(AccountDatabase& accounts, const char*, const char*) {
+  std::vector<Account> all;
+  for (std::string line; ReadLine(&line);) {
+    if (!ReadAccount(line, &all.emplace_back())) {
+      fprintf(stderr, "kestaccount: line %zu is no account; none was made\n", all.size());
+      return kRefused;
+    }
+  }
+  size_t added = 0;
+  const Lookup result = accounts.AddAll(all, &added);
+  if (result == Lookup::kAbsent) fprintf(stderr, "kestaccount: line %zu; none was made\n", added + 1);
+  return Report(result, "the name is taken");
+}
+
+int ReportGroup(int result) {
+  switch (result) {
+    case 0:
+      return kDone;
+    case -kErrorNoSuchObject:
+      return Refuse("no such group or account");
+    case -kErrorTaken:
+      return Refuse("the name is taken");
+    case -kErrorBadParameter:
+      return Refuse("not with this group, or with this name or text");
+    case -kErrorDenied:
+      return Refuse("this group stays");
+    default:
+      return Report(Lookup::kFailed, "");
+  }
+}
+
+int AddGroup(AccountDatabase& accounts, const char* name, const char* text) {
+  std::string copy = name;
+  KESTGROUP group = {};
+  group.name = copy.data();
+  group.gid = -1;
+  const std::string description = text == nullptr ? "" : text;
+  if (!IsText(description)) return ReportGroup(-kErrorBadParameter);
+  int changed_gid = 0;
+  const int saved = SaveGroup(accounts.database(), nullptr, group, &changed_gid);
+  return ReportGroup(saved != 0 ? saved : WriteGroupDescription(accounts.database(), name, description));
+}
+
+int RemoveOneGroup(AccountDatabase& accounts, const char* name, const char*) {
+  return ReportGroup(RemoveGroup(accounts.database(), name));
+}
+
+int Join(AccountDatabase& accounts, const char* name, const char* group) {
+  return ReportGroup(SetMember(accounts.database(), group, name, true));
+}
+
+int Leave(AccountDatabase& accounts, const char* name, const char* group) {
+  return ReportGroup(SetMember(accounts.database(), group, name, false));
+}
+
+int ListGroups(AccountDatabase& accounts, const char*, const char*) {
+  Statement groups(accounts.database(),
+                   "SELECT name, gid, (SELECT count(*) FROM members m WHERE m.gid = g.gid), description FROM groups g"
+                   " ORDER BY folded");
+  while (groups.Row()) {
+    printf("%s\t%d\t%d\t%s\n", groups.Text(0).c_str(), groups.Int(1), groups.Int(2), groups.Text(3).c_str());
+  }
+  return groups.failed() ? Report(Lookup::kFailed, "") : kDone;
+}
+
 struct Command {
   const char* word;
   int least;  // words behind it
@@ -181,13 +285,20 @@ constexpr Command kCommands[] = {
     {"applications", 2, 2, SetApplications},
     {"remove", 1, 1, Remove},
     {"list", 0, 0, List},
+    {"load", 0, 0, Load},
+    {"groupadd", 1, 2, AddGroup},
+    {"groupdel", 1, 1, RemoveOneGroup},
+    {"join", 2, 2, Join},
+    {"leave", 2, 2, Leave},
+    {"groups", 0, 0, ListGroups},
 };
 
 int Run(int argc, char** argv) {
   for (const Command& command : kCommands) {
     if (argc < 2 || strcmp(argv[1], command.word) != 0 || argc - 2 < command.least || argc - 2 > command.most) continue;
-    // Only "add" makes a database where there is none.
-    auto accounts = command.run == Add ? AccountDatabase::OpenOrCreate() : AccountDatabase::Open();
+    // Only "add" and "load" make a database where there is none.
+    const bool makes = command.run == Add || command.run == Load;
+    auto accounts = makes ? AccountDatabase::OpenOrCreate() : AccountDatabase::Open();
     if (accounts == nullptr) return Report(Lookup::kFailed, "");
     return command.run(*accounts, argc > 2 ? argv[2] : nullptr, argc > 3 ? argv[3] : nullptr);
   }

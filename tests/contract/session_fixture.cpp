@@ -106,20 +106,20 @@ int SessionTest::Account(const std::vector<std::string>& arguments, const std::s
   std::vector<char*> argv;
   for (std::string& word : command) argv.push_back(word.data());
   argv.push_back(nullptr);
-  int input[2];
-  if (pipe(input) != 0) return -1;
+  // A file, not a pipe: it holds any amount and nobody has to read it.
+  FILE* const input = tmpfile();
   const std::string line = password + "\n";
-  const bool written = write(input[1], line.data(), line.size()) == static_cast<ssize_t>(line.size());
-  close(input[1]);
+  const bool written = fwrite(line.data(), 1, line.size(), input) == line.size() && fflush(input) == 0;
+  rewind(input);
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, fileno(input), STDIN_FILENO);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t pid = 0;
   const bool spawned = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0;
   posix_spawn_file_actions_destroy(&actions);
-  close(input[0]);
+  fclose(input);
   int status = 0;
   if (!written || !spawned || waitpid(pid, &status, 0) != pid) return -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;

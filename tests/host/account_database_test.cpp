@@ -5,8 +5,8 @@
 #include <sys/stat.h>
 
 #include "folder.h"
+#include "host/accounts/account_name.h"
 #include "host/accounts/directory_schema.h"
-#include "host/accounts/fold_name.h"
 #include "host/accounts/password.h"
 
 namespace {
@@ -153,13 +153,13 @@ TEST_F(AccountDatabaseTest, LoginsAreCounted) {
 
 TEST(AccountName, OnlyPlainNamesAreTaken) {
   for (const char* name : {"a", "anna", "Anna Maria", "\xc3\x9cnsal", "a.b-c_d"})
-    EXPECT_TRUE(kest::IsAccountName(name)) << name;
-  for (const char* name :
-       {"", " a", "a ", "a,b", "a:b", "a@b", "a\\b", "a/b", "a\"b", "a\nb", "a\x7f", "\xff", "a\xc3", "\xc2\x85"}) {
-    EXPECT_FALSE(kest::IsAccountName(name)) << name;
+    EXPECT_TRUE(kest::IsDirectoryName(name)) << name;
+  for (const char* name : {"", " a", "a ", "-a", ".", "..", "a,b", "a:b", "a@b", "a\\b", "a/b", "a\"b", "a\nb", "a\x7f",
+                           "\xff", "a\xc3", "\xc2\x85"}) {
+    EXPECT_FALSE(kest::IsDirectoryName(name)) << name;
   }
-  EXPECT_TRUE(kest::IsAccountName(std::string(492, 'a')));
-  EXPECT_FALSE(kest::IsAccountName(std::string(493, 'a')));
+  EXPECT_TRUE(kest::IsDirectoryName(std::string(255, 'a')));
+  EXPECT_FALSE(kest::IsDirectoryName(std::string(256, 'a')));
 }
 
 TEST(Password, OnlyTheRightOneMatches) {
