@@ -6,6 +6,7 @@
 #include "internal/database_walk.h"
 #include "internal/log.h"
 #include "internal/platform_record.h"
+#include "internal/text_of.h"
 
 namespace {
 
@@ -33,7 +34,7 @@ bool Append(Json::Value& items, const char* name, const char* user) {
   // Absent without a user, on purpose: pages then show no mark.
   if (user != nullptr) item["join"] = Joins(user, name);
   item["name"] = name;
-  item["descr"] = desc ? desc.get() : "";
+  item["descr"] = tarvel_internal::TextOf(desc.get());
   items.append(item);
   return true;
 }

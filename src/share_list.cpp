@@ -1,6 +1,7 @@
 // Lists of shares.
 #include "internal/log.h"
 #include "internal/platform_record.h"
+#include "internal/text_of.h"
 #include "platform/klib.h"
 #include "share.h"
 #include "share_priv.h"
@@ -41,7 +42,7 @@ int EncryptionShown(int state) {
 Json::Value Item(const char* name, const KESTSHARE& share) {
   Json::Value item;
   item["name"] = name;
-  item["descr"] = share.desc != nullptr ? share.desc : "";
+  item["descr"] = tarvel_internal::TextOf(share.desc);
   item["hidden"] = share.browseable == 0;
   item["disable_list"] = (share.ftp & kNoListing) != 0;
   item["disable_modify"] = (share.ftp & kNoModification) != 0;

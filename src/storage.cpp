@@ -5,6 +5,7 @@
 
 #include "internal/log.h"
 #include "internal/mounted_volumes.h"
+#include "internal/platform_record.h"
 #include "platform/kestdir.h"
 #include "platform/kestsched.h"
 #include "platform/klib.h"
@@ -30,22 +31,7 @@ constexpr int kError = 3;
 constexpr int kFormatFailed = 0x12300004;
 constexpr int kFormatDone = 0x12300005;
 
-// A slot for a share's record, given back whatever the platform answered.
-class ShareRecord {
- public:
-  ShareRecord() = default;
-  ~ShareRecord() {
-    if (share_ != nullptr) KESTShareFree(share_);
-  }
-  ShareRecord(const ShareRecord&) = delete;
-  ShareRecord& operator=(const ShareRecord&) = delete;
-
-  KESTSHARE** Slot() { return &share_; }
-  KESTSHARE* get() const { return share_; }
-
- private:
-  KESTSHARE* share_ = nullptr;
-};
+using ShareRecord = tarvel_internal::PlatformRecord<KESTSHARE, KESTShareFree>;
 
 // Result of the formatting; `info` stays empty when the volume cannot be read afterwards.
 int Format(char* dev, int bus, int fs_type, EXTVOLINFO& info) {
