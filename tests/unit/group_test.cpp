@@ -182,6 +182,7 @@ TEST_F(GroupTest, UsersTakesNeitherMembersNorAnotherName) {
   users.RemoveMember("anna");
   users.SetName(name);
   EXPECT_EQ("users", users.GetName());
+  EXPECT_EQ(-1, users.GetMemberPos("anna"));
   EXPECT_THAT(users.GetMembers(), ElementsAre("anna"));
   EXPECT_THAT(SDK::Group(std::string("users")).GetMembers(), IsEmpty());
 }

@@ -80,6 +80,14 @@ TEST_F(ShareTest, NullTextsOfARecordAreEmpty) {
   EXPECT_FALSE(share.InRW(""));
 }
 
+TEST_F(ShareTest, AnyNumberButZeroIsBrowseable) {
+  for (const int number : {INT_MIN, -1, 0, 1, 2}) {
+    KESTSHARE* record = Record("photo");
+    record->browseable = number;
+    EXPECT_EQ(number != 0, SDK::Share(record).GetBrowseable()) << number;
+  }
+}
+
 TEST_F(ShareTest, ARecordIsConvertedAndNothingIsNothing) {
   EXPECT_EQ(nullptr, SDK::Share::ConvertShare(nullptr));
   const OwnedShare share(SDK::Share::ConvertShare(Record("photo")));
@@ -180,11 +188,11 @@ TEST_F(ShareTest, TheVolumesPathEndsAtTheLastSlashOfWhatFits) {
 
 TEST_F(ShareTest, WithoutABufferNoVolumesPathIsWritten) {
   const SDK::Share share("photo", "/volume1/photo", true);
-  char path[8] = "before";
+  char path[8] = "bef/ore";
   share.GetVolumePath(nullptr, 64);
   share.GetVolumePath(path, 0);
   share.GetVolumePath(path, -1);
-  EXPECT_STREQ("before", path);
+  EXPECT_STREQ("bef/ore", path);
 }
 
 TEST_F(ShareTest, AnotherNameIsAnotherFolderOnTheSameVolume) {
@@ -203,9 +211,11 @@ TEST_F(ShareTest, OfTheFolderBefore63BytesCountForAnotherName) {
   SDK::Share long_name("photo", volume + "/abcdefghij", true);
   long_name.ChangeName("new");
   EXPECT_EQ(volume + "/new", long_name.GetFullPath());
-  SDK::Share long_volume("photo", "/a/" + std::string(61, 'v') + "/photo", true);
-  long_volume.ChangeName("new");
-  EXPECT_EQ("/a/new", long_volume.GetFullPath());
+  for (const size_t length : {60U, 61U}) {
+    SDK::Share long_volume("photo", "/a/" + std::string(length, 'v') + "/photo", true);
+    long_volume.ChangeName("new");
+    EXPECT_EQ("/a/new", long_volume.GetFullPath());
+  }
 }
 
 TEST_F(ShareSaveTest, ANewShareIsMadeWithAllItsFields) {

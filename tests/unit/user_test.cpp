@@ -116,6 +116,16 @@ TEST_F(UserTest, NullTextsOfARecordAreEmpty) {
   EXPECT_FALSE(user.IsDisallowChPasswd());
 }
 
+TEST_F(UserTest, AnyNumberButZeroForbidsAnotherPasswordAndGoesBackAsOne) {
+  for (const int number : {INT_MIN, -1, 0, 1, 2, INT_MAX}) {
+    KESTUSER* record = Record("anna");
+    record->noChPasswd = number;
+    const SDK::User anna(record);
+    EXPECT_EQ(number != 0, anna.IsDisallowChPasswd()) << number;
+    EXPECT_EQ(number != 0 ? 1 : 0, FieldsOf(anna).noChPasswd) << number;
+  }
+}
+
 TEST_F(UserTest, LoadsByUserIdAndByName) {
   KESTUSER* record = Record("anna", 1030);
   for (const int result : {0, 1}) {
