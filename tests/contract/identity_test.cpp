@@ -163,7 +163,7 @@ TEST_F(Identity, TheOldIdCannotBeHadAgain) {
 TEST_F(Identity, NoCapabilityIsLeftNorComesWithAProgram) {
   const Client anna = LoggedIn("anna");
   InRequest(anna, [&] {
-    EXPECT_EQ("00000000000000c1", Status("CapPrm")) << "to change ids and owners, and nothing else";
+    EXPECT_EQ("00000000000000c9", Status("CapPrm")) << "to change ids, owners and modes, and nothing else";
     Switch(anna.Id(), "anna");
     for (const char* set : {"CapInh", "CapPrm", "CapEff", "CapAmb"}) EXPECT_EQ("0000000000000000", Status(set)) << set;
     EXPECT_EQ("1", Status("NoNewPrivs"));
@@ -284,7 +284,7 @@ TEST_F(Identity, TheUserComesAfterTheGroup) {
   InRequest(anna, [&] {
     EXPECT_GT(0, KestCgiUidSet(anna.Id().c_str(), "anna"));
     EXPECT_EQ(kAppliance, getuid());
-    EXPECT_EQ("00000000000000c1", Status("CapEff"));
+    EXPECT_EQ("00000000000000c9", Status("CapEff"));
   });
   EXPECT_NE(std::string::npos, log_.Take().find("the group of user"));
 }
