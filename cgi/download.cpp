@@ -1,11 +1,11 @@
-// download.cgi: sends one file of the volume, whole or by ranges, or a folder as an archive.
+// download.cgi: sends one file of a share, whole or by ranges, or a folder as an archive.
 //
-//   GET path=/volume1/public/film.webm            the file; "Range" as RFC 9110 section 14 has it
-//   GET path=/volume1/public/photos&archive=tar   the folder and everything below it
-//   HEAD                                          the headers alone
+//   GET path=/public/film.webm            the file; "Range" as RFC 9110 section 14 has it
+//   GET path=/public/photos&archive=tar   the folder and everything below it
+//   HEAD                                  the headers alone
 //
-// Refusals: 403 for what the account may not fetch and for what is no file, 404 for what is not there, 405 for other
-// methods.
+// The file is read as the account. Refusals: 403 for what the account may not fetch and for what is no file, 404 for
+// what is not there, 405 for other methods.
 #include <syslog.h>
 #include <tarvel/http_file_outputer.h>
 #include <tarvel/tarvel.h>
@@ -19,10 +19,10 @@
 #include <utility>
 #include <vector>
 
-#include "account_files.h"
 #include "content_disposition.h"
 #include "file_refusal.h"
 #include "folder_archive.h"
+#include "share_files.h"
 
 namespace {
 
@@ -155,11 +155,11 @@ int main() {
     request.AddHeader("Allow", "GET, HEAD");
     return Refuse(request, kWrongMethod);
   }
-  site::FoundFile file;
-  const int error = site::FindFile(request.In("path", ""), request.GetLoginUserName(), file);
-  if (error != 0) return Refuse(request, site::RefusalOf(error));
-
   const std::string archive = request.In("archive", "");
-  if (archive.empty()) return SendFile(request, file);
-  return archive == "tar" ? SendArchive(request, file) : Refuse(request, kNoFormat);
+  if (!archive.empty() && archive != "tar") return Refuse(request, kNoFormat);
+  site::FoundFile file;
+  const site::Use use = archive.empty() ? site::Use::kFetch : site::Use::kFetchAll;
+  if (const auto* refusal = site::FindFile(request, request.In("path", ""), use, file))
+    return Refuse(request, *refusal);
+  return archive.empty() ? SendFile(request, file) : SendArchive(request, file);
 }

@@ -1,14 +1,16 @@
-// files.cgi: what lies in a folder of the volume.
+// files.cgi: the shares of an account, and what lies in a folder of one.
 //
-//   GET                                             the two folders of the account
-//   GET path=/volume1/public[&start=0][&count=100]  a page of what is in one: folders first, then by name
-//       {"data": {"link", "total", "items": [{"kind", "link", "name", "size", "time"}, ...]}, "success": true}
+//   GET                                     the shares that the account may open
+//       {"data": {"total", "items": [{"kind": "share", "link", "name", "change"}, ...]}, "success": true}
+//   GET path=/public[&start=0][&count=100]  a page of what is in a folder: folders first, then by name
+//       {"data": {"link", "total", "change", "fetch", "items": [{"kind", "link", "name", "size", "time"}, ...]}, ...}
 //
 // "link" is the path as it may stand in an address, whatever bytes it has; "name" is for people. "kind" is "folder",
-// "video", "audio", "image", "file", or "other" for what is not sent.
+// "video", "audio", "image", "file", or "other" for what is not sent. "change" and "fetch" say what the share allows.
 #include <dirent.h>
 #include <fcntl.h>
 #include <strings.h>
+#include <tarvel/file_share.h>
 #include <tarvel/http_file_outputer.h>
 #include <tarvel/tarvel.h>
 #include <tarvel/webutils.h>
@@ -18,14 +20,15 @@
 #include <string>
 #include <vector>
 
-#include "account_files.h"
-#include "file_refusal.h"
 #include "name_text.h"
+#include "page_of_list.h"
+#include "share_files.h"
+#include "visible_shares.h"
 
 namespace {
 
-constexpr char kUsualCount[] = "100";
-constexpr unsigned long kMaxCount = 500;
+constexpr size_t kUsualCount = 100;
+constexpr size_t kMaxCount = 500;
 
 struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
@@ -81,49 +84,57 @@ Json::Value Describe(const std::string& path, const std::string& name, const str
   return item;
 }
 
-// The account's own folder may not have been made yet.
-int ListFolders(Tarvel& request) {
+bool MayChange(const std::string& share, const std::string& user) {
+  if (share == "home") return true;
+  WEBFM_SHARE_PRIVILEGE privilege = WEBFM_SHARE_NO_ACCESS;
+  int restrictions = 0;
+  const std::string path = "/" + share;
+  const int failed = TarvelFileShare().WfmLibGetPrivilege(path.c_str(), user.c_str(), "", &privilege, &restrictions);
+  return failed == 0 && privilege == WEBFM_SHARE_READ_WRITE && (restrictions & site::kChanging) == 0;
+}
+
+int ListShares(Tarvel& request) {
+  const std::string user = request.GetLoginUserName();
+  const auto shares = site::VisibleShares(user);
+  if (!shares) return site::RefuseFile(request, site::kNotRead);
   Json::Value data;
   data["items"] = Json::Value(Json::arrayValue);
-  const std::string user = request.GetLoginUserName();
-  for (const std::string& path : {std::string("/volume1/public"), "/volume1/homes/" + user}) {
-    site::FoundFile folder;
-    if (site::FindFile(path, user, folder) == 0) data["items"].append(Describe(path, folder.name, folder.info));
+  data["total"] = Json::UInt64(shares->size());
+  for (const std::string& share : *shares) {
+    Json::Value item;
+    item["kind"] = "share";
+    item["link"] = WebUtils::EncodeURL(("/" + share).c_str());
+    item["name"] = site::AsUtf8(share);
+    item["change"] = MayChange(share, user);
+    data["items"].append(item);
   }
-  data["total"] = data["items"].size();
   return site::Succeed(request, data);
 }
 
-bool ReadNumber(const char* text, unsigned long& out) {
-  const std::string digits = text;
-  if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string::npos) return false;
-  out = std::strtoul(text, nullptr, 10);
-  return true;
-}
-
 int ListFolder(Tarvel& request, const std::string& path) {
-  unsigned long start = 0, count = 0;
-  if (!ReadNumber(request.In("start", "0"), start) || !ReadNumber(request.In("count", kUsualCount), count)) {
+  const auto page = site::PageOf(request, kUsualCount, kMaxCount);
+  if (!page) {
     request.AddHeader("Status", "400 Bad Request");
     return site::Refuse(request, "error", "error_bad_request");
   }
   site::FoundFile folder;
-  int error = site::FindFile(path, request.GetLoginUserName(), folder);
-  if (error != 0) return site::RefuseFile(request, site::RefusalOf(error));
+  if (const auto* refusal = site::FindFile(request, path, site::Use::kList, folder)) {
+    return site::RefuseFile(request, *refusal);
+  }
   if (!S_ISDIR(folder.info.st_mode)) return site::RefuseFile(request, site::kNoFolder);
   std::vector<Entry> entries;
-  error = ReadFolder(folder, entries);
-  if (error != 0) return site::RefuseFile(request, site::RefusalOf(error));
+  if (const int error = ReadFolder(folder, entries)) return site::RefuseFile(request, site::RefusalOf(error));
 
-  const size_t first = std::min<size_t>(start, entries.size());
-  const size_t last = std::min<size_t>(first + std::min(count, kMaxCount), entries.size());
   const auto at = [&entries](size_t i) { return entries.begin() + static_cast<std::ptrdiff_t>(i); };
-  std::partial_sort(entries.begin(), at(last), entries.end());
+  const auto first = at(page->First(entries.size())), last = at(page->Last(entries.size()));
+  std::partial_sort(entries.begin(), last, entries.end());
   Json::Value data;
   data["link"] = WebUtils::EncodeURL(path.c_str());
   data["total"] = Json::UInt64(entries.size());
+  data["change"] = folder.may_change;
+  data["fetch"] = folder.may_fetch;
   data["items"] = Json::Value(Json::arrayValue);
-  for (auto entry = at(first); entry != at(last); ++entry) {
+  for (auto entry = first; entry != last; ++entry) {
     struct stat info;
     // What has gone meanwhile is left out.
     if (fstatat(folder.place.get(), entry->name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) continue;
@@ -138,5 +149,5 @@ int main() {
   Tarvel request(true);
   if (!request.IsAuthorized(nullptr, 1, KEST_CGI_POSITION_ACCOUNT)) return 0;
   const std::string path = request.In("path", "");
-  return path.empty() ? ListFolders(request) : ListFolder(request, path);
+  return path.empty() ? ListShares(request) : ListFolder(request, path);
 }

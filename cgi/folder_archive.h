@@ -1,8 +1,8 @@
 #ifndef CGI_FOLDER_ARCHIVE_H
 #define CGI_FOLDER_ARCHIVE_H
 
-#include "account_files.h"
 #include "program_stream.h"
+#include "share_files.h"
 
 namespace site {
 

@@ -54,7 +54,6 @@ constexpr Entry kNavigation[] = {
     {"frame:group_services", "vhosts", "/vhosts.html", "frame:nav_vhosts", true},
     {"frame:group_services", "ports", "/ports.html", "frame:nav_ports", true},
     {"frame:group_files", "files", "/files.html", "frame:nav_files", false},
-    {"frame:group_files", "upload", "/upload.html", "frame:nav_upload", false},
 };
 
 // Words of the templates, by the placeholder that is their key, too.

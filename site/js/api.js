@@ -27,6 +27,11 @@ async function call(target, options = {}) {
     await showNotice('error', 'common:error_no_answer');
     return { success: false, headers: new Headers() };
   }
+  return judge(reply);
+}
+
+// A reply to go on with, unless the library has refused the session.
+export function judge(reply) {
   const refusal = refusals[reply.headers.get('x-request-error')];
   return refusal ? refusal(reply) : reply;
 }
@@ -39,8 +44,12 @@ export const get = (program, fields = {}, options = {}) =>
 
 // What the browser has already is not sent once more: the program is asked whether it still holds.
 export const getKept = (program, fields) => get(program, fields, { cache: 'no-cache' });
-export const post = (program, fields = {}) => call(`${program}.cgi`, body(new URLSearchParams(fields)));
-export const postUpload = (program, formData) => call(`${program}.cgi`, body(formData));
+
+const kForm = { 'content-type': 'application/x-www-form-urlencoded' };
+
+// fields: as above.
+export const post = (program, fields = {}) =>
+  call(`${program}.cgi`, typeof fields === 'string' ? { ...body(fields), headers: kForm } : body(new URLSearchParams(fields)));
 
 // A request may outlive its page only with a small body; browsers refuse to send a larger one (64 KiB of all together).
 const kOutlivingBytes = 60_000;

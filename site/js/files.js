@@ -1,14 +1,19 @@
-// The page of the files. The folder stands in the address behind "#", so that going back works: #LINK or #LINK&START.
-import { get } from './api.js';
+// The file manager. The folder stands in the address behind "#", so that going back works: #LINK or #LINK&START.
+import { get, post } from './api.js';
 import { make } from './elements.js';
 import { canPreview, closePreview, openPreview } from './file_preview.js';
+import { dressName, growTree, markInTree, renewTree } from './folder_tree.js';
+import { clearErrors, prepareForm, showErrorBeside } from './form.js';
+import { inWords, isHome, wayTo } from './links.js';
 import { hideNotice, showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 import { sizeInWords } from './sizes.js';
 import { currentLanguage, setText, setWords, translate, whenLanguageChanges } from './texts.js';
+import { refuseFolder, uploadFiles, whenUploaded } from './uploads.js';
 
 const kCount = 100;
 const kKinds = {
+  share: 'files:kind_share',
   folder: 'files:kind_folder',
   video: 'files:kind_video',
   audio: 'files:kind_audio',
@@ -20,16 +25,16 @@ const kKinds = {
 const at = (id) => document.getElementById(id);
 const table = document.querySelector('.files table');
 
-// Links are percent-encoded paths; between folders stands "%2F".
 const downloadOf = (link) => `/cgi/download.cgi?path=${link}`;
 const archiveOf = (link) => `${downloadOf(link)}&archive=tar`;
+const isFolder = ({ kind }) => kind === 'folder' || kind === 'share';
 
 const timeInWords = (seconds) =>
   new Date(seconds * 1000).toLocaleString(currentLanguage(), { dateStyle: 'medium', timeStyle: 'short' });
 
-function nameOf({ kind, link, name }) {
-  if (kind === 'folder') return make('a', { href: `#${link}` }, name);
-  if (kind === 'other') return make('span', {}, name);
+function nameOf({ kind, link, name }, fetch) {
+  if (isFolder({ kind })) return dressName(make('a', { href: `#${link}` }, name), link);
+  if (kind === 'other' || !fetch) return make('span', {}, name);
   const address = downloadOf(link);
   const anchor = make('a', canPreview(kind) ? { href: address } : { href: address, download: '' }, name);
   if (canPreview(kind)) {
@@ -42,39 +47,36 @@ function nameOf({ kind, link, name }) {
   return anchor;
 }
 
-function rowOf(item) {
+function fetcherOf(item) {
+  const address = isFolder(item) ? archiveOf(item.link) : downloadOf(item.link);
+  const fetcher = make('a', { class: 'fetch', href: address, download: '' }, make('span', { class: 'icon download' }));
+  fetcher.append(make('span', { class: 'unseen', 'data-text': 'files:download', 'data-value': item.name }));
+  return fetcher;
+}
+
+function rowOf(item, fetch) {
   const icon = make('span', { class: `icon ${item.kind}`, role: 'img', 'data-label': kKinds[item.kind] });
-  const address = item.kind === 'folder' ? archiveOf(item.link) : downloadOf(item.link);
-  const fetchIt = make('a', { class: 'fetch', href: address, download: '' }, make('span', { class: 'icon download' }));
-  fetchIt.append(make('span', { class: 'unseen', 'data-text': 'files:download', 'data-value': item.name }));
+  const name = make('div', { class: 'name' }, icon, nameOf(item, fetch));
+  if (item.kind === 'share' && !item.change) name.append(make('span', { class: 'badge', 'data-text': 'files:only_reading_share' }));
   return make(
     'tr',
     { class: item.kind },
-    make('th', { scope: 'row' }, make('div', { class: 'name' }, icon, nameOf(item))),
-    make('td', { class: 'size' }, item.kind === 'folder' || item.kind === 'other' ? '' : sizeInWords(item.size)),
-    make('td', { class: 'time' }, timeInWords(item.time)),
-    make('td', {}, item.kind === 'other' ? '' : fetchIt),
+    make('th', { scope: 'row' }, name),
+    make('td', { class: 'size' }, isFolder(item) || item.kind === 'other' ? '' : sizeInWords(item.size)),
+    make('td', { class: 'time' }, item.time === undefined ? '' : timeInWords(item.time)),
+    make('td', {}, item.kind === 'other' || item.kind === 'share' || !fetch ? '' : fetcherOf(item)),
   );
 }
 
-// The way to a folder begins where the account's own folders do: below /volume1, or below /volume1/homes.
 function crumbsOf(link) {
-  const pieces = link.split('%2F');
-  const first = pieces[2] === 'homes' ? 3 : 2;
-  const crumbs = [make('li', {}, make('a', { href: '#', 'data-text': 'files:home' }))];
-  for (let i = first; i < pieces.length; ++i) {
-    const words = inWords(pieces[i]);
-    const last = i === pieces.length - 1;
-    const content = last ? make('span', { 'aria-current': 'page' }, words) : make('a', { href: `#${pieces.slice(0, i + 1).join('%2F')}` }, words);
-    crumbs.push(make('li', {}, content));
+  const way = link ? wayTo(link) : [];
+  const crumbs = [make('li', {}, make(link ? 'a' : 'span', link ? { href: '#', 'data-text': 'files:home' } : { 'aria-current': 'page', 'data-text': 'files:home' }))];
+  for (const step of way) {
+    const here = step.link === link;
+    const crumb = here ? make('span', { 'aria-current': 'page' }, step.name) : make('a', { href: `#${step.link}` }, step.name);
+    crumbs.push(make('li', {}, dressName(crumb, step.link)));
   }
   return crumbs;
-}
-
-// A name as people read it; bytes that are no text show as such.
-function inWords(encoded) {
-  const bytes = [...encoded.matchAll(/%([0-9A-Fa-f]{2})|([^%])/g)].map(([, hex, plain]) => (hex ? Number.parseInt(hex, 16) : plain.codePointAt(0)));
-  return new TextDecoder().decode(new Uint8Array(bytes));
 }
 
 // What stands in the address may be anybody's: only a percent-encoded path counts.
@@ -84,7 +86,7 @@ function wanted() {
 }
 
 function showTurning(link, start, total) {
-  at('turning').hidden = total <= kCount && start === 0;
+  at('turning').hidden = !link || (total <= kCount && start === 0);
   const turn = (button, to, possible) => {
     button.disabled = !possible;
     button.onclick = () => (location.hash = `#${link}&${to}`);
@@ -95,40 +97,148 @@ function showTurning(link, start, total) {
   setWords(at('position'), `${number(Math.min(start + 1, total))}\u2013${number(Math.min(start + kCount, total))} / ${number(total)}`);
 }
 
-function showItems(link, start, { items, total }) {
-  at('crumbs').replaceChildren(...crumbsOf(link));
-  setWords(at('folder'), link ? inWords(link.split('%2F').at(-1)) : '');
-  if (!link) setText(at('folder'), 'files:home');
-  at('items').replaceChildren(...items.map(rowOf));
-  table.hidden = items.length === 0;
-  at('archive').href = archiveOf(link);
-  showTurning(link, start, total);
+async function nameFolder(link) {
+  if (!link) return setText(at('folder'), 'files:home');
+  if (isHome(link)) return setText(at('folder'), 'files:own');
+  return setWords(at('folder'), inWords(link.split('%2F').at(-1)));
 }
 
-const nothing = { items: [], total: 0 };
+// What may be done here: by the rules of the share, which the program asks once more with each request.
+function showTools(link, { change, fetch }, listed) {
+  at('tools').hidden = !change;
+  at('only-reading').hidden = !(listed && link && !change);
+  at('whole').hidden = !(listed && link && fetch);
+  at('archive').href = archiveOf(link);
+  if (!change) closeForm();
+}
+
+// Elements that are seen once their words are there.
+async function inTheirWords(elements) {
+  const fragment = new DocumentFragment();
+  fragment.append(...elements);
+  await translate(fragment);
+  return fragment;
+}
+
+const drawn = (link, { items, fetch }) =>
+  Promise.all([inTheirWords(crumbsOf(link)), inTheirWords(items.map((item) => rowOf(item, fetch)))]);
+
+function showItems(link, start, data, [crumbs, rows]) {
+  at('crumbs').replaceChildren(crumbs);
+  table.classList.toggle('shares', !link);
+  at('items').replaceChildren(rows);
+  table.hidden = data.items.length === 0;
+  showTurning(link, start, data.total);
+}
+
+const nothing = { items: [], total: 0, change: false, fetch: false };
 let asked = 0;
 
 async function showFolder() {
   const { link, start } = wanted();
   const question = ++asked;
-  hideNotice();
   closePreview();
   const reply = await get('files', link ? `path=${link}&start=${start}&count=${kCount}` : '');
+  const data = reply.success ? reply.data : nothing;
+  const elements = await drawn(link, data);
   // Somebody may have gone on to another folder meanwhile.
   if (question !== asked) return;
-  showItems(link, start, reply.success ? reply.data : nothing);
-  at('whole').hidden = !reply.success || !link;
+  showItems(link, start, data, elements);
+  showTools(link, data, reply.success);
+  await nameFolder(link);
   if (reply.errno) await showNotice('error', `${reply.errno.section}:${reply.errno.key}`);
-  if (reply.success && reply.data.items.length === 0) await setText(at('status'), 'files:empty');
+  if (reply.success && reply.data.items.length === 0) await setText(at('status'), link ? 'files:empty' : 'files:no_shares');
   else setWords(at('status'), '');
-  await translate(document.querySelector('.files'));
+}
+
+async function showTree() {
+  const reply = await get('files');
+  if (reply.success) await growTree(reply.data.items);
+  await markInTree(wanted().link);
+}
+
+function closeForm() {
+  at('make-form').hidden = true;
+}
+
+function prepareMaking() {
+  const form = at('make-form');
+  prepareForm(form);
+  at('make').addEventListener('click', () => {
+    clearErrors(form);
+    form.hidden = false;
+    at('name').value = '';
+    at('name').focus();
+  });
+  at('make-cancel').addEventListener('click', () => {
+    closeForm();
+    at('make').focus();
+  });
+  form.addEventListener('submit', async (event) => {
+    event.preventDefault();
+    clearErrors(form);
+    const { link } = wanted();
+    const reply = await post('new_folder', `path=${link}&name=${encodeURIComponent(at('name').value)}`);
+    if (reply.errno) return showErrorBeside(at('name'), `${reply.errno.section}:${reply.errno.key}`);
+    if (!reply.success) return;
+    closeForm();
+    at('make').focus();
+    await Promise.all([showFolder(), renewTree(link)]);
+    await showNotice('success', 'files:made', { value: inWords(reply.data.link.split('%2F').at(-1)) });
+  });
+}
+
+// What is dropped on a folder that may be changed is sent; on any other place of the page nothing happens.
+function prepareDropping() {
+  const place = at('drop');
+  const takes = (event) => !at('tools').hidden && event.dataTransfer.types.includes('Files');
+  const mark = (on) => place.classList.toggle('dropping', on);
+  place.addEventListener('dragover', (event) => {
+    if (!takes(event)) return;
+    event.preventDefault();
+    event.dataTransfer.dropEffect = 'copy';
+    mark(true);
+  });
+  place.addEventListener('dragleave', (event) => {
+    if (!place.contains(event.relatedTarget)) mark(false);
+  });
+  place.addEventListener('drop', (event) => {
+    mark(false);
+    if (!takes(event)) return;
+    event.preventDefault();
+    const entries = [...event.dataTransfer.items].map((item) => ({ file: item.getAsFile(), folder: item.webkitGetAsEntry?.()?.isDirectory }));
+    for (const { file } of entries.filter(({ folder }) => folder)) refuseFolder(file.name);
+    uploadFiles(wanted().link, entries.filter(({ folder, file }) => file && !folder).map(({ file }) => file));
+  });
+  // A file that misses the place would replace the page.
+  for (const kind of ['dragover', 'drop']) window.addEventListener(kind, (event) => event.preventDefault());
+}
+
+function prepareUploads() {
+  at('choose').addEventListener('click', () => at('chosen').click());
+  at('chosen').addEventListener('change', () => {
+    hideNotice();
+    uploadFiles(wanted().link, at('chosen').files);
+    // The same file may be chosen once more.
+    at('chosen').value = '';
+  });
+  whenUploaded((folders) => {
+    if (folders.has(wanted().link)) showFolder();
+  });
 }
 
 await enterPage();
+prepareMaking();
+prepareUploads();
+prepareDropping();
+at('tree-fold').open = matchMedia('(min-width: 60rem)').matches;
 window.addEventListener('hashchange', async () => {
+  hideNotice();
+  closeForm();
   await showFolder();
   at('folder').focus();
+  await markInTree(wanted().link);
 });
 // Sizes and times are written as the language has them.
 whenLanguageChanges(showFolder);
-await showFolder();
+await Promise.all([showFolder(), showTree()]);

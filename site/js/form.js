@@ -37,16 +37,28 @@ export function clearErrors(form) {
   hideNotice();
   for (const field of fieldsOf(form)) {
     field.removeAttribute('aria-invalid');
-    document.getElementById(`${field.id}-error`).hidden = true;
+    placeOf(field).hidden = true;
   }
 }
 
-async function showError(field, message) {
-  const place = document.getElementById(`${field.id}-error`);
-  if (message in fixedMessages) await setText(place, fixedMessages[message]);
-  else setWords(place, message);
+const placeOf = (field) => document.getElementById(`${field.id}-error`);
+
+function markBad(field) {
   field.setAttribute('aria-invalid', 'true');
-  place.hidden = false;
+  placeOf(field).hidden = false;
+}
+
+async function showError(field, message) {
+  if (message in fixedMessages) await setText(placeOf(field), fixedMessages[message]);
+  else setWords(placeOf(field), message);
+  markBad(field);
+}
+
+// A text of the tables, "section:key", beside one field, which gets the focus.
+export async function showErrorBeside(field, name) {
+  await setText(placeOf(field), name);
+  markBad(field);
+  field.focus();
 }
 
 const kNotSaved = ['error:one_field', 'error:some_fields'];

@@ -75,7 +75,7 @@ export async function openPage() {
 function who() {
   const { user, may, secondsLeft } = document.body.dataset;
   const rights = may.split(' ');
-  return { user, seconds_left: Number(secondsLeft), may: Object.fromEntries(['settings', 'upload'].map((right) => [right, rights.includes(right)])) };
+  return { user, seconds_left: Number(secondsLeft), may: Object.fromEntries(['settings'].map((right) => [right, rights.includes(right)])) };
 }
 
 // A choice of the layout sticks by itself: were it to stay in the address, going back would make it again.

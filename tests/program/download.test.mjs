@@ -6,12 +6,15 @@ import { chmodSync, mkdirSync, mkdtempSync, readFileSync, symlinkSync, writeFile
 import { createServer } from "node:net";
 import { before, test } from "node:test";
 import { parseByteranges } from "./byteranges.mjs";
-import { account, assertRefused, assertSessionRefused, login, makeAccounts, run } from "./program.mjs";
+import { assertRefused, assertSessionRefused, login, makeAccount, makeAccounts, makeShare, put, run } from "./program.mjs";
 
-const kPublic = "/volume1/public";
+const kPublic = "/public";
 const kFile = `${kPublic}/a.bin`;
 const content = randomBytes(100_000);
 let cookie;
+
+// Where a path of a share is on the volume.
+const onDisk = (path) => `/volume1${path}`;
 
 const fetchFile = (path, request = {}) => run("download", { query: { path }, cookie, ...request });
 const ranged = (path, ranges, request = {}) => fetchFile(path, { ...request, env: { HTTP_RANGE: `bytes=${ranges}`, ...request.env } });
@@ -20,8 +23,14 @@ const assertNotSent = (reply, status, key) => assertRefused(reply, "files", key,
 
 before(() => {
   makeAccounts();
+  makeAccount("bernd");
+  makeShare("public");
+  makeShare("office", { rw: "bernd" });
+  makeShare("closed", { na: "anna" });
+  makeShare("looked", { restrictions: 4 });
+  makeShare("unlisted", { restrictions: 1 });
   cookie = login("anna");
-  writeFileSync(kFile, content);
+  writeFileSync(onDisk(kFile), content);
 });
 
 function assertOneBlock({ head }) {
@@ -113,7 +122,7 @@ test("A thousand and more ranges in one header are all sent", () => {
 });
 
 test("An empty file has a length of 0, and no range", () => {
-  writeFileSync(`${kPublic}/empty.txt`, "");
+  writeFileSync(onDisk(`${kPublic}/empty.txt`), "");
   const reply = fetchFile(`${kPublic}/empty.txt`);
   assert.deepEqual([reply.status, reply.headers.get("content-length"), reply.bytes.length], [200, "0", 0]);
   assert.equal(ranged(`${kPublic}/empty.txt`, "0-0").status, 416);
@@ -124,7 +133,7 @@ const letTheFileSettle = () => Atomics.wait(new Int32Array(new SharedArrayBuffer
 
 test("A piece is only sent of the state of the file that the client has begun with", () => {
   const path = `${kPublic}/changing.txt`;
-  writeFileSync(path, "before");
+  writeFileSync(onDisk(path), "before");
   const tagNow = () => fetchFile(path).headers.get("etag");
   const resume = (wanted) => ranged(path, "3-", { env: { HTTP_IF_RANGE: wanted } });
   const fresh = tagNow();
@@ -134,7 +143,7 @@ test("A piece is only sent of the state of the file that the client has begun wi
   const tag = tagNow();
   assert.match(tag, /^"[0-9a-f-]+"$/);
   assert.deepEqual([resume(tag).status, resume(tag).text], [206, "ore"]);
-  writeFileSync(path, "behind");
+  writeFileSync(onDisk(path), "behind");
   assert.deepEqual([resume(tag).status, resume(tag).text], [200, "behind"]);
   assert.equal(resume(fetchFile(path).headers.get("last-modified")).status, 200, "a date tells too little");
 });
@@ -152,7 +161,7 @@ test("The type goes by the name, and what might hold scripts is kept apart", () 
     "odd.": ["application/octet-stream", "attachment"],
   };
   for (const [name, [type, kind]] of Object.entries(expected)) {
-    writeFileSync(`${kPublic}/${name}`, "<script>");
+    writeFileSync(onDisk(`${kPublic}/${name}`), "<script>");
     const { headers } = fetchFile(`${kPublic}/${name}`);
     assert.equal(headers.get("content-type"), type);
     assert.equal(headers.get("content-disposition"), `${kind}; filename="${name}"; filename*=UTF-8''${name}`);
@@ -182,7 +191,7 @@ const encoded = (bytes) => Buffer.from(bytes).toString("hex").replace(/../g, "%$
 for (const [name, quoted, escaped] of kOddNames) {
   test(`A file called ${JSON.stringify(String(name)).slice(0, 40)} is sent, and its name breaks no header`, () => {
     const bytes = Buffer.concat([Buffer.from(`${kPublic}/`), Buffer.from(name)]);
-    writeFileSync(bytes, escaped);
+    writeFileSync(Buffer.concat([Buffer.from(onDisk("")), bytes]), escaped);
     const reply = fetchFile("", { query: `path=${encoded(bytes)}` });
     assertOneBlock(reply);
     assert.equal(reply.text, escaped);
@@ -191,14 +200,28 @@ for (const [name, quoted, escaped] of kOddNames) {
   });
 }
 
-test("An account fetches from everybody's folder and from its own", () => {
-  for (const name of ["anna", "bernd"]) writeFileSync(`/volume1/homes/${name}/secret.txt`, name);
-  assert.equal(fetchFile("/volume1/homes/anna/secret.txt").text, "anna");
-  assertNotSent(fetchFile("/volume1/homes/bernd/secret.txt"), 403, "error_not_yours");
-  assertNotSent(fetchFile("/volume1/homes/bernd/nothing.txt"), 403, "error_not_yours");
-  assertNotSent(archive("/volume1/homes"), 403, "error_not_yours");
-  assertNotSent(archive("/volume1/homes/bernd"), 403, "error_not_yours");
-  assertNotSent(fetchFile("/volume1/homes/anna/secret.txt", { cookie: login("admin") }), 403, "error_not_yours");
+test("An account fetches from the shares that are open to it, and from its own folder", () => {
+  const others = login("bernd");
+  put("/home", "secret.txt", "anna's", cookie);
+  put("/home", "secret.txt", "bernd's", others);
+  put("/office", "secret.txt", "the office's", others);
+  assert.equal(fetchFile("/home/secret.txt").text, "anna's");
+  assert.equal(fetchFile("/home/secret.txt", { cookie: others }).text, "bernd's");
+  assert.equal(fetchFile("/office/secret.txt", { cookie: others }).text, "the office's");
+  for (const path of ["/office/secret.txt", "/office/nothing.txt", "/closed", "/homes/bernd/secret.txt", "/homes/anna/secret.txt", "/nowhere/secret.txt"]) {
+    assertNotSent(fetchFile(path), 403, "error_not_yours");
+    assertNotSent(archive(path), 403, "error_not_yours");
+  }
+});
+
+test("From a share without downloads nothing is fetched, and of one without lists no archive, but for admin", () => {
+  for (const name of ["looked", "unlisted"]) writeFileSync(onDisk(`/${name}/a.txt`), name);
+  assertNotSent(fetchFile("/looked/a.txt"), 403, "error_no_fetching");
+  assertNotSent(archive("/looked"), 403, "error_no_fetching");
+  assert.equal(fetchFile("/unlisted/a.txt").text, "unlisted");
+  assertNotSent(archive("/unlisted"), 403, "error_no_listing");
+  assert.equal(fetchFile("/looked/a.txt", { cookie: login("admin") }).text, "looked");
+  assert.equal(archive("/unlisted", { cookie: login("admin") }).status, 200);
 });
 
 for (const path of [
@@ -207,19 +230,20 @@ for (const path of [
   "a.bin",
   "/etc/passwd",
   "/usr/kest/etc/accounts.db",
-  "/volume1",
-  "/volume1/publicity",
-  "/volume1/@tmp/x",
-  "/volume1/public/../homes/bernd/secret.txt",
-  "/volume1/public/./a.bin",
-  "/volume1/public/..",
-  "/volume1/homes/anna/../bernd/secret.txt",
-  "//volume1/public/a.bin",
-  "/volume1/public//a.bin",
-  "/volume1/public/a.bin/",
-  "/volume1/Public/a.bin",
-  "/volume1/public%2fa.bin",
-  "/volume1/public/%2e%2e/homes/bernd/secret.txt/..",
+  "/volume1/public/a.bin",
+  "/@tmp/x",
+  "/publicity",
+  "/public/../office/secret.txt",
+  "/public/./a.bin",
+  "/public/..",
+  "/home/../../etc/passwd",
+  "//public/a.bin",
+  "/public//a.bin",
+  "/public/a.bin/",
+  "/Public/a.bin",
+  "/Home/secret.txt",
+  "/public%2fa.bin",
+  "/public/%2e%2e/office/secret.txt/..",
 ]) {
   test(`The path "${path}" is outside`, () => assertNotSent(fetchFile(path), 403, "error_not_yours"));
 }
@@ -230,19 +254,20 @@ for (const [why, path] of [
   ["lies below a file", `${kFile}/x`],
   ["has a name of 256 bytes", `${kPublic}/${"n".repeat(256)}`],
   ["has a path of 4 KiB", `${kPublic}/${"n/".repeat(2048)}x`],
+  ["has a path of 4,095 bytes", `${kPublic}/${"n/".repeat(2043)}x`],
   ["has a name that was escaped once too often", `${kPublic}/%61.bin`],
 ]) {
   test(`What ${why} is missing`, () => assertNotSent(fetchFile(path), 404, "error_missing"));
 }
 
 test("Links lead nowhere, wherever they point", () => {
-  mkdirSync(`${kPublic}/folder`);
-  writeFileSync(`${kPublic}/folder/x`, "x");
-  symlinkSync("/etc/passwd", `${kPublic}/outside`);
-  symlinkSync("a.bin", `${kPublic}/inside`);
-  symlinkSync("loop", `${kPublic}/loop`);
-  symlinkSync("/volume1/homes/bernd", `${kPublic}/elsewhere`);
-  symlinkSync("folder", `${kPublic}/sibling`);
+  mkdirSync(onDisk(`${kPublic}/folder`));
+  writeFileSync(onDisk(`${kPublic}/folder/x`), "x");
+  symlinkSync("/etc/passwd", onDisk(`${kPublic}/outside`));
+  symlinkSync("a.bin", onDisk(`${kPublic}/inside`));
+  symlinkSync("loop", onDisk(`${kPublic}/loop`));
+  symlinkSync(onDisk("/office"), onDisk(`${kPublic}/elsewhere`));
+  symlinkSync("folder", onDisk(`${kPublic}/sibling`));
   for (const path of ["outside", "inside", "loop", "elsewhere", "elsewhere/secret.txt", "sibling/x"]) {
     assertNotSent(fetchFile(`${kPublic}/${path}`), 403, "error_not_yours");
   }
@@ -250,9 +275,9 @@ test("Links lead nowhere, wherever they point", () => {
 });
 
 test("What is no file is not sent, and holds nobody up", async () => {
-  mkdirSync(`${kPublic}/empty folder`);
-  assert.equal(spawnSync("mkfifo", [`${kPublic}/pipe`]).status, 0);
-  const server = createServer().listen(`${kPublic}/socket`);
+  mkdirSync(onDisk(`${kPublic}/empty folder`));
+  assert.equal(spawnSync("mkfifo", [onDisk(`${kPublic}/pipe`)]).status, 0);
+  const server = createServer().listen(onDisk(`${kPublic}/socket`));
   await new Promise((resolve) => server.on("listening", resolve));
   try {
     for (const name of ["empty folder", "pipe", "socket"]) assertNotSent(fetchFile(`${kPublic}/${name}`), 403, "error_no_file");
@@ -263,8 +288,8 @@ test("What is no file is not sent, and holds nobody up", async () => {
 });
 
 test("A file that may not be read is not sent", () => {
-  writeFileSync(`${kPublic}/locked`, "x");
-  chmodSync(`${kPublic}/locked`, 0);
+  writeFileSync(onDisk(`${kPublic}/locked`), "x");
+  chmodSync(onDisk(`${kPublic}/locked`), 0);
   assertNotSent(fetchFile(`${kPublic}/locked`), 403, "error_not_yours");
 });
 
@@ -290,13 +315,6 @@ test("Other methods are refused", () => {
   }
 });
 
-test("A new account's name never becomes a path", () => {
-  account("add", "homes", "a password of its own");
-  const reply = run("login", { form: { user: "homes", passwd: "a password of its own" } });
-  const [own] = /id=[0-9a-f]{32}/.exec(reply.headers.get("set-cookie"));
-  assertNotSent(fetchFile("/volume1/homes/anna/secret.txt", { cookie: own }), 403, "error_not_yours");
-});
-
 // Unpacks an archive into a new folder, whose path is returned.
 function unpack(bytes) {
   const folder = mkdtempSync("/tmp/unpacked-");
@@ -311,13 +329,14 @@ function assertSameTree(a, b) {
 }
 
 test("A folder comes as an archive that unpacks to the same", () => {
-  const folder = "/volume1/homes/anna/-r deep";
+  const shared = `${kPublic}/-r deep`;
+  const folder = onDisk(shared);
   mkdirSync(`${folder}/a/b/c`, { recursive: true });
   writeFileSync(`${folder}/a/large.bin`, randomBytes(3_000_000));
   writeFileSync(`${folder}/a/b/empty`, "");
   for (const [name] of kOddNames) writeFileSync(Buffer.concat([Buffer.from(`${folder}/a/`), Buffer.from(name)]), "odd");
   symlinkSync("/etc/passwd", `${folder}/a/link`);
-  const reply = archive(folder, { env: { HTTP_RANGE: "bytes=0-9" } });
+  const reply = archive(shared, { env: { HTTP_RANGE: "bytes=0-9" } });
   assertOneBlock(reply);
   assert.equal(reply.status, 200);
   assert.equal(reply.headers.get("content-length"), null, "nobody knows the length yet");
@@ -326,12 +345,16 @@ test("A folder comes as an archive that unpacks to the same", () => {
   assertSameTree(folder, `${unpack(reply.bytes)}/-r deep`);
 });
 
-test("The two folders themselves come as archives", () => {
-  assertSameTree("/volume1/homes/anna", `${unpack(archive("/volume1/homes/anna").bytes)}/anna`);
+test("A share and a home themselves come as archives", () => {
+  makeShare("small");
+  writeFileSync(onDisk("/small/a"), "a");
+  assertSameTree(onDisk("/small"), `${unpack(archive("/small").bytes)}/small`);
+  put("/home", "own.txt", "own", cookie);
+  assert.equal(readFileSync(`${unpack(archive("/home").bytes)}/anna/own.txt`, "utf8"), "own");
 });
 
 test("HEAD of an archive makes none", () => {
-  const reply = archive("/volume1/homes/anna", { method: "HEAD" });
+  const reply = archive("/home", { method: "HEAD" });
   assert.deepEqual([reply.status, reply.bytes.length], [200, 0]);
 });
 

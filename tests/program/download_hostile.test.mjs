@@ -3,10 +3,12 @@ import assert from "node:assert/strict";
 import { spawn, spawnSync } from "node:child_process";
 import { readdirSync, readFileSync, truncateSync, unlinkSync, writeFileSync } from "node:fs";
 import { after, before, test } from "node:test";
-import { login, makeAccounts } from "./program.mjs";
+import { keepOneId, kWithOneId, login, makeAccounts, makeShare } from "./program.mjs";
 
-const kHome = "/volume1/homes/anna";
-const kFile = `${kHome}/large.bin`;
+const kShared = "/large";
+const kFolder = `/volume1${kShared}`;
+const kName = "large.bin";
+const kFile = `${kFolder}/${kName}`;
 const kFileBytes = 4 * 1024 * 1024;
 const kPatience_ms = 15_000;
 const kLog = "/var/log/messages";
@@ -27,6 +29,8 @@ async function comesTrue(condition, what) {
 
 before(async () => {
   makeAccounts();
+  makeShare("large");
+  keepOneId();
   cookie = login("anna");
   logd = spawn("/usr/kest/bin/logd", ["/run/log.sock", kLog], { stdio: "inherit" });
   await comesTrue(() => readdirSync("/run").includes("log.sock"), "the log listens");
@@ -38,7 +42,7 @@ after(() => logd.kill());
 // in the program.
 class Download {
   constructor(query, { env = {}, through = [] } = {}) {
-    const command = [...through, "/usr/kest/kestman/cgi/download.cgi"];
+    const command = [...kWithOneId, ...through, "/usr/kest/kestman/cgi/download.cgi"];
     this.process = spawn(command[0], command.slice(1), {
       stdio: ["ignore", "pipe", "pipe"],
       timeout: 2 * kPatience_ms,
@@ -88,7 +92,7 @@ function exists(pid) {
 
 test("A client that stops reading is waited for without work, and may go on", async () => {
   writeFileSync(kFile, Buffer.alloc(kFileBytes, "abc"));
-  const download = new Download({ path: kFile });
+  const download = new Download({ path: `${kShared}/${kName}` });
   await waits(download);
   const before = ticksOf(download.pid);
   await pause(500);
@@ -101,7 +105,7 @@ test("A client that stops reading is waited for without work, and may go on", as
 
 test("A client that goes away in the middle ends the program", async () => {
   writeFileSync(kFile, Buffer.alloc(kFileBytes));
-  const download = new Download({ path: kFile });
+  const download = new Download({ path: `${kShared}/${kName}` });
   await waits(download);
   download.goAway();
   assert.deepEqual(await download.ended, { status: null, signal: "SIGPIPE" });
@@ -109,7 +113,7 @@ test("A client that goes away in the middle ends the program", async () => {
 
 test("So does one that goes away where broken pipes are no signal", async () => {
   writeFileSync(kFile, Buffer.alloc(kFileBytes));
-  const download = new Download({ path: kFile }, { through: ["env", "--ignore-signal=PIPE"] });
+  const download = new Download({ path: `${kShared}/${kName}` }, { through: ["env", "--ignore-signal=PIPE"] });
   await waits(download);
   download.goAway();
   assert.deepEqual(await download.ended, { status: 1, signal: null });
@@ -118,7 +122,7 @@ test("So does one that goes away where broken pipes are no signal", async () => 
 
 test("A file that shrinks while it is sent ends the reply early, and is logged", async () => {
   writeFileSync(kFile, Buffer.alloc(kFileBytes, "abc"));
-  const download = new Download({ path: kFile });
+  const download = new Download({ path: `${kShared}/${kName}` });
   await waits(download);
   truncateSync(kFile, 1024 * 1024);
   const reply = await download.rest();
@@ -130,7 +134,7 @@ test("A file that shrinks while it is sent ends the reply early, and is logged",
 
 test("A file that grows or is replaced is sent as it began", async () => {
   writeFileSync(kFile, Buffer.alloc(kFileBytes, "abc"));
-  const download = new Download({ path: kFile });
+  const download = new Download({ path: `${kShared}/${kName}` });
   await waits(download);
   unlinkSync(kFile);
   writeFileSync(kFile, "another");
@@ -139,7 +143,7 @@ test("A file that grows or is replaced is sent as it began", async () => {
 
 test("Thousands of ranges take their time from the reader, not from memory", async () => {
   writeFileSync(kFile, Buffer.alloc(kFileBytes, "abc"));
-  const download = new Download({ path: kFile }, { env: { HTTP_RANGE: `bytes=${Array(3000).fill("0-").join(",")}` } });
+  const download = new Download({ path: `${kShared}/${kName}` }, { env: { HTTP_RANGE: `bytes=${Array(3000).fill("0-").join(",")}` } });
   await waits(download);
   const peak_KiB = Number(/VmHWM:\s+(\d+)/.exec(readFileSync(`/proc/${download.pid}/status`, "utf8"))[1]);
   assert.ok(peak_KiB < 64 * 1024, `${peak_KiB} KiB for 12 GiB of reply`);
@@ -149,7 +153,7 @@ test("Thousands of ranges take their time from the reader, not from memory", asy
 
 test("An archive whose client goes away leaves no process behind", async () => {
   writeFileSync(kFile, Buffer.alloc(kFileBytes));
-  const download = new Download({ path: kHome, archive: "tar" });
+  const download = new Download({ path: kShared, archive: "tar" });
   await waits(download);
   const [tar, ...others] = childrenOf(download.pid);
   assert.equal(others.length, 0);
@@ -160,12 +164,12 @@ test("An archive whose client goes away leaves no process behind", async () => {
 });
 
 test("An archive that tar cannot complete is logged", async () => {
-  writeFileSync(`${kHome}/locked`, "x", { mode: 0 });
-  const download = new Download({ path: kHome, archive: "tar" });
+  writeFileSync(`${kFolder}/locked`, "x", { mode: 0 });
+  const download = new Download({ path: kShared, archive: "tar" });
   const reply = await download.rest();
   assert.deepEqual(await download.ended, { status: 0, signal: null });
   const listed = spawnSync("tar", ["--list"], { input: bodyOf(reply) });
-  assert.match(String(listed.stdout), /anna\/large\.bin/, "what can be read is there");
+  assert.match(String(listed.stdout), /large\/large\.bin/, "what can be read is there");
   assert.match(download.complaints, /locked/);
-  await comesTrue(() => /download: the archive of anna\.tar is not complete/.test(readFileSync(kLog, "utf8")), "it is logged");
+  await comesTrue(() => /download: the archive of large\.tar is not complete/.test(readFileSync(kLog, "utf8")), "it is logged");
 });

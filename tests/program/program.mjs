@@ -2,7 +2,7 @@
 // taken apart. The tests run inside the appliance tree (see run), so every path is the appliance's own.
 import assert from "node:assert/strict";
 import { spawn, spawnSync } from "node:child_process";
-import { closeSync, openSync, readFileSync, utimesSync, writeFileSync } from "node:fs";
+import { closeSync, openSync, readFileSync, rmSync, utimesSync, writeFileSync } from "node:fs";
 import { basename } from "node:path";
 
 const kTimeout_ms = 20_000;
@@ -43,14 +43,17 @@ export function invocation(program, request = {}) {
   return { path: program.includes("/") ? program : `/usr/kest/kestman/cgi/${program}.cgi`, env, body: body ?? "" };
 }
 
-/// The same beside others: { process, reply }; reply resolves to what run() returns, or to null when the program was killed.
+/// The same beside others: { process, reply }; reply resolves to what run() returns, or to null when the program was killed. With `open` its
+/// input does not end with the body; `through` stands before its path.
 export function start(program, request = {}) {
   const { path, env, body } = invocation(program, request);
-  const child = spawn(path, { env, stdio: ["pipe", "pipe", "inherit"] });
+  const [first, ...words] = [...(request.through ?? []), path];
+  const child = spawn(first, words, { env, stdio: ["pipe", "pipe", "inherit"] });
   const output = [];
   child.stdout.on("data", (part) => output.push(part));
   child.stdin.on("error", () => {});
-  child.stdin.end(body);
+  if (request.open) child.stdin.write(body);
+  else child.stdin.end(body);
   const reply = new Promise((resolve) => child.on("close", (status, signal) => resolve(signal ? null : parse(Buffer.concat(output)))));
   return { process: child, reply };
 }
@@ -106,9 +109,48 @@ export function account(...command) {
   assert.equal(ended.status, 0, `kestaccount ${command.join(" ")}: ${ended.stderr}`);
 }
 
+// What the tree has in the homes of the demo accounts belongs to none of these: a home is made at the first look at the shares.
+const forgetHome = (name) => rmSync(`/volume1/homes/${name}`, { recursive: true, force: true });
+
 export function makeAccounts() {
   account("add", "admin", "admin", passwords.admin);
-  account("add", "anna", passwords.anna);
+  makeAccount("anna", passwords.anna);
+}
+
+export function makeAccount(name, password = "a password of its own") {
+  forgetHome(name);
+  account("add", name, password);
+  passwords[name] = password;
+}
+
+/// A shared folder, /volume1/NAME, and who is in its lists; without a word everybody may change it.
+export function makeShare(name, { path = `/volume1/${name}`, rw = "@users", ro = "", na = "", restrictions = 0 } = {}) {
+  const ended = spawnSync("/usr/kest/bin/kestshare", ["add", name, path, "rw", rw, "ro", ro, "na", na, "restrictions", String(restrictions)]);
+  assert.equal(ended.status, 0, `kestshare add ${name}: ${ended.stderr}`);
+}
+
+/// What comes before a program's path where it is to keep the test's id, as on a machine that has one id only: then the test may
+/// look into it. Call keepOneId() before.
+export const kWithOneId = ["/usr/bin/unshare", "--user", "--map-current-user", "--"];
+export const keepOneId = () => writeSetting("account_ids", "one");
+
+const kBoundary = "a boundary of its own";
+
+/// A body of parts, and the request that sends it: part('name="file"; filename="a"', "content").
+export const part = (disposition, content) =>
+  Buffer.concat([
+    Buffer.from(`--${kBoundary}\r\nContent-Disposition: form-data; ${disposition}\r\nContent-Type: application/octet-stream\r\n\r\n`),
+    Buffer.from(content),
+    Buffer.from("\r\n"),
+  ]);
+export const wholeBody = (...parts) => Buffer.concat([...parts, Buffer.from(`--${kBoundary}--\r\n`)]);
+export const kBodyType = `multipart/form-data; boundary="${kBoundary}"`;
+
+/// Uploads a file into a folder of a share.
+export function put(folder, name, content, cookie) {
+  const reply = run("upload", { query: { path: folder }, body: wholeBody(part(`name="file"; filename="${name}"`, content)), type: kBodyType, cookie });
+  assert.equal(reply.json?.success, true, `${folder}/${name}: ${reply.text}`);
+  return reply;
 }
 
 /// Logs in and returns the session's cookie.

@@ -7,10 +7,11 @@ import { mkdirSync, readdirSync, readFileSync, rmSync, statSync, truncateSync, w
 import { connect } from "node:net";
 import { after, before, test } from "node:test";
 import { parseByteranges } from "../program/byteranges.mjs";
-import { login, makeAccounts } from "../program/program.mjs";
+import { makeAccounts, makeShare } from "../program/program.mjs";
 import { startWebServer } from "./web_server.mjs";
 
 const kFolder = "/volume1/public/clients";
+const shared = (path) => path.replace("/volume1", "");
 const kFile = `${kFolder}/large file.bin`;
 const kPatience_ms = 2000;
 const kMiB = 1024 * 1024;
@@ -19,13 +20,14 @@ const content = randomBytes(24 * kMiB);
 let server, cookie;
 
 const pause = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
-const target = (path, more = "") => `/cgi/download.cgi?path=${encodeURIComponent(path)}${more}`;
+const target = (path, more = "") => `/cgi/download.cgi?path=${encodeURIComponent(shared(path))}${more}`;
 const addressOf = (path, more) => `http://127.0.0.1:${server.port}${target(path, more)}`;
 
 before(async () => {
   mkdirSync(kFolder);
   writeFileSync(kFile, content);
   makeAccounts();
+  makeShare("public");
   server = await startWebServer(kFolder, `Timeout ${kPatience_ms / 1000}\nCGIDScriptTimeout ${kPatience_ms / 1000}\nLimitRequestFieldSize 16384`);
   // Programs as processes have another client's address than those behind the web server.
   const reply = await fetch(`http://127.0.0.1:${server.port}/cgi/login.cgi`, { method: "POST", body: new URLSearchParams({ user: "anna", passwd: "another one" }) });

@@ -3,10 +3,11 @@ import assert from "node:assert/strict";
 import { spawn, spawnSync } from "node:child_process";
 import { closeSync, openSync, readFileSync, rmSync, truncateSync } from "node:fs";
 import { after, before, test } from "node:test";
-import { login, makeAccounts } from "../program/program.mjs";
+import { keepOneId, kWithOneId, login, makeAccounts, makeShare } from "../program/program.mjs";
 
 const kProgram = "/usr/kest/kestman/cgi/download.cgi";
-const kFile = "/volume1/public/cost.bin";
+const kShared = "/public/cost.bin";
+const kFile = `/volume1${kShared}`;
 const kTrace = "/tmp/trace";
 const kMiB = 1024 * 1024;
 const kPiece = 8192;
@@ -15,7 +16,9 @@ let env;
 
 before(() => {
   makeAccounts();
-  env = { REQUEST_METHOD: "GET", QUERY_STRING: `path=${kFile}`, REMOTE_ADDR: "192.0.2.7", HTTP_COOKIE: login("anna") };
+  makeShare("public");
+  keepOneId();
+  env = { REQUEST_METHOD: "GET", QUERY_STRING: `path=${kShared}`, REMOTE_ADDR: "192.0.2.7", HTTP_COOKIE: login("anna") };
   closeSync(openSync(kFile, "w"));
 });
 
@@ -25,7 +28,7 @@ after(() => rmSync(kFile));
 function systemCalls(size, range) {
   truncateSync(kFile, size);
   const traced = range === undefined ? env : { ...env, HTTP_RANGE: range };
-  const ended = spawnSync("strace", ["-o", kTrace, kProgram], { env: { ...traced, PATH: "/usr/bin" }, timeout: kTimeout_ms, maxBuffer: size + 65_536 });
+  const ended = spawnSync("strace", ["-o", kTrace, ...kWithOneId, kProgram], { env: { ...traced, PATH: "/usr/bin" }, timeout: kTimeout_ms, maxBuffer: size + 65_536 });
   assert.equal(ended.status, 0, `${ended.error ?? ended.stderr}`);
   return [...readFileSync(kTrace, "latin1").matchAll(/^(\w+)\(.* = (-?\d+)/gm)].map(([, name, result]) => (/^(read|write)$/.test(name) ? `${name} ${result}` : name));
 }
@@ -50,7 +53,7 @@ for (const [what, range] of [["the whole file", undefined], ["a range from the m
 function peakMemory_KiB(size) {
   truncateSync(kFile, size);
   return new Promise((resolve, reject) => {
-    const program = spawn(kProgram, { env, stdio: ["ignore", "pipe", "inherit"], timeout: kTimeout_ms });
+    const program = spawn(kWithOneId[0], [...kWithOneId.slice(1), kProgram], { env: { ...env, PATH: "/usr/bin" }, stdio: ["ignore", "pipe", "inherit"], timeout: kTimeout_ms });
     let received = 0;
     let peak_KiB;
     program.stdout.on("data", (piece) => {

@@ -9,13 +9,14 @@ import { randomBytes } from "node:crypto";
 import { closeSync, mkdirSync, openSync, readSync, rmSync, truncateSync, writeFileSync, writeSync } from "node:fs";
 import http from "node:http";
 import { after, before, test } from "node:test";
-import { makeAccounts, passwords } from "../program/program.mjs";
+import { makeAccounts, makeShare, passwords } from "../program/program.mjs";
 import { differences, ourAnswer, piecesOf } from "./differences.mjs";
 import { randomRanges } from "./random_ranges.mjs";
 import { comparable, get, outcome, run } from "./reply.mjs";
 import { startWebServer } from "./web_server.mjs";
 
-const kFolder = "/volume1/public/ranges";
+const kShared = "/public/ranges";
+const kFolder = `/volume1${kShared}`;
 const kSizes = [0, 1, 7, 1000, 1_000_000];
 const kLargeSize = 2 ** 32 + 5000;
 const kReadOfLarge = 65_536;
@@ -37,6 +38,7 @@ before(async () => {
   server = await startWebServer(kFolder);
   if (emulated) return;
   makeAccounts();
+  makeShare("public");
   const body = new URLSearchParams({ user: "anna", passwd: passwords.anna });
   const reply = await fetch(`http://127.0.0.1:${server.port}/cgi/login.cgi`, { method: "POST", body });
   cookie = /id=\w+/.exec(reply.headers.get("set-cookie"))?.[0] ?? assert.fail("could not log in");
@@ -77,7 +79,7 @@ const apache = (size, range) => request(`/files/${size}`, size, range);
 
 async function ours(size, range) {
   const env = { PATH_TRANSLATED: `${kFolder}/${size}`, ...(range !== undefined && { HTTP_RANGE: range }) };
-  const path = `/cgi/download.cgi?path=${kFolder}/${size}`;
+  const path = `/cgi/download.cgi?path=${kShared}/${size}`;
   const reply = await (emulated ? run(emulated, { env, limit: limitFor(size) }) : request(path, size, range, { Cookie: cookie }));
   assert.ok("content-length" in reply.headers, `no Content-Length: Range: ${range} of ${size} bytes`);
   return reply;

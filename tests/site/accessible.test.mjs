@@ -33,7 +33,19 @@ async function pagesOfAnOrdinaryAccount({ page, url, login }) {
   await page.goto(`${url}/charts.html`);
   await page.waitForSelector("#volumes canvas");
   await assertAccessible(page, "charts, not everything allowed");
-  await page.goto(`${url}/files.html#%2Fvolume1%2Fpublic`);
+  await page.goto(`${url}/files.html`);
+  await page.waitForSelector("#items tr");
+  await assertAccessible(page, "files, the shares");
+  await page.goto(`${url}/files.html#%2Fpublic`);
+  await page.waitForSelector("#tools:not([hidden])");
+  await page.click("#make");
+  await page.click("#make-form .primary");
+  await page.waitForSelector("#name-error:not([hidden])");
+  await page.setInputFiles("#chosen", ["hello.txt", "welcome.txt"].map((name) => ({ name, mimeType: "text/plain", buffer: Buffer.from("x") })));
+  await page.waitForSelector("#uploads-list .done");
+  await page.waitForSelector("#uploads-list .failed");
+  await page.waitForFunction(() => document.getElementById("uploads-status").textContent.includes("1 / 2"));
+  await assertAccessible(page, "files, a folder refused, a file uploaded and one refused");
   for (const [file, element] of Object.entries({ "clock.webm": "video", "chime.wav": "audio", "hills.jpg": "img" })) {
     await page.click(`#items .name a[href$="${file}"]`);
     await page.waitForSelector(`#preview ${element}`);
@@ -86,7 +98,7 @@ async function sharePage({ page, url }) {
 
 async function pagesOfAnAdministrator({ page, url, login }) {
   await login("admin");
-  for (const name of ["index", "upload", "logout", "nowhere"]) {
+  for (const name of ["index", "files", "logout", "nowhere"]) {
     await page.goto(`${url}/${name}.html`);
     await page.waitForLoadState("networkidle");
     await assertAccessible(page, name);

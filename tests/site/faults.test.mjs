@@ -53,7 +53,7 @@ test("An upload that does not fit is refused by name, and the next one is receiv
 
       const received = await upload(site.url, { cookie, size: kMiB });
       assert.equal(JSON.parse(received.text).data.size, kMiB);
-      await assertIdle(site, before);
+      await assertIdle(site, [...before, "/volume1/public/file.bin"].sort());
     },
     { browser: false, server: ["--disk", "/volume1", String(4 * kMiB)] },
   ));
@@ -167,7 +167,7 @@ test("Clients that stall do not keep others waiting and are let go", { timeout: 
       const bodies = Array.from({ length: 20 }, () =>
         stall(
           site.url,
-          `POST /cgi/upload.cgi HTTP/1.1\r\nHost: localhost\r\nCookie: ${Cookie}\r\nContent-Length: 100000\r\n` +
+          `POST /cgi/upload.cgi?path=/public HTTP/1.1\r\nHost: localhost\r\nCookie: ${Cookie}\r\nContent-Length: 100000\r\n` +
             "Content-Type: multipart/form-data; boundary=b\r\n\r\n" +
             '--b\r\nContent-Disposition: form-data; name="file"; filename="x"\r\n\r\nabc',
         ),

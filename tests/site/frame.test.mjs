@@ -144,11 +144,11 @@ test("A link from elsewhere finds the session that stands, without a login", () 
   withSite("frame-link-elsewhere", async (site) => {
     const { page, url, login } = site;
     await login();
-    await withPageElsewhere("localhost", `<a href="${url}/upload.html">upload</a>`, async (elsewhere) => {
+    await withPageElsewhere("localhost", `<a href="${url}/files.html">files</a>`, async (elsewhere) => {
       await page.goto(elsewhere);
       await page.click("a");
-      await page.waitForURL(`${url}/upload.html`);
-      await page.waitForSelector("#upload");
+      await page.waitForURL(`${url}/files.html`);
+      await page.waitForSelector("#tree li");
     });
   }));
 
@@ -327,12 +327,12 @@ test("On a phone the desktop can be had, sticks, and can be left again", () =>
       const { page, url, login, shot } = site;
       const isMobile = () => page.evaluate(() => document.body.classList.contains("mobile"));
       await login();
-      await openPage(site, "/upload.html?from=here#content");
+      await openPage(site, "/charts.html?from=here#content");
       assert.equal(await isMobile(), true);
       await page.tap("summary");
       await page.tap("a.layout");
       await page.waitForSelector("body:not(.mobile)");
-      await page.waitForURL(`${url}/upload.html?from=here#content`);
+      await page.waitForURL(`${url}/charts.html?from=here#content`);
       await settled(page);
       assert.equal(await isMobile(), false);
       await shot("desktop");
@@ -366,7 +366,7 @@ test("Real agents get their layout through the web server", () =>
         assert.equal((await open(browser)).mobile, browser.mobile, what);
         if (!browser.mobile && !browser.tablet) continue;
         const choice = browser.mobile ? 1 : 0;
-        const chosen = await open(browser, `/upload.html?forceDesktop=${choice}`);
+        const chosen = await open(browser, `/charts.html?forceDesktop=${choice}`);
         assert.equal(chosen.mobile, !browser.mobile, `${what}: chosen`);
         assert.match(chosen.set, new RegExp(`forceDesktop=${choice};`), what);
         assert.equal((await open(browser, "/", `${cookie}; forceDesktop=${choice}`)).mobile, !browser.mobile, `${what}: sticks`);

@@ -137,7 +137,7 @@ for (const [name, context] of Object.entries({
         await page.waitForSelector("#notice.info");
         await assertFits("login");
         await login();
-        for (const path of ["index", "upload"]) {
+        for (const path of ["index", "files"]) {
           await page.goto(`${url}/${path}.html`);
           await page.waitForLoadState("networkidle");
           await assertFits(path);

@@ -38,6 +38,9 @@ export async function rootOf(server) {
   return `/proc/${web.pid}/root`;
 }
 
+// What SQLite keeps beside a database that is in use; a program that has taken on an account's id leaves it there.
+const isJournal = (file) => /\.db-(shm|wal)$/.test(file);
+
 /// Every file and folder of the appliance that a request may have made, as paths inside. Logs grow and /run belongs to the
 /// server itself, so both are left out.
 export async function filesOf(server) {
@@ -46,7 +49,7 @@ export async function filesOf(server) {
   const walk = async (folder) => {
     for (const entry of await readdir(root + folder, { withFileTypes: true })) {
       const inside = path.join(folder, entry.name);
-      found.push(inside);
+      if (!isJournal(inside)) found.push(inside);
       if (entry.isDirectory() && !isWorkplace(inside)) await walk(inside);
     }
   };

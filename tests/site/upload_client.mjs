@@ -4,20 +4,20 @@ import http from "node:http";
 const kBoundary = "----upload-boundary-4fd1c2";
 const kChunk = Buffer.alloc(256 * 1024, "0123456789abcdef");
 
-/// Posts one file of `size` bytes to upload.cgi.
+/// Posts one file of `size` bytes to upload.cgi, into a folder of a share.
 ///   cookie      Cookie header of a session
 ///   stopAfter   the connection is cut once so many bytes of the file are sent; the result is then null
 ///   pause_ms    waited after each chunk
 ///   chunkBytes  how much is sent at once
 /// @return { status, headers, text }
-export function upload(url, { cookie, size, name = "file.bin", stopAfter = Infinity, pause_ms = 0, chunkBytes = kChunk.length }) {
+export function upload(url, { cookie, size, name = "file.bin", folder = "/public", stopAfter = Infinity, pause_ms = 0, chunkBytes = kChunk.length }) {
   const head = Buffer.from(
     `--${kBoundary}\r\nContent-Disposition: form-data; name="file"; filename="${name}"\r\n` +
       "Content-Type: application/octet-stream\r\n\r\n",
   );
   const tail = Buffer.from(`\r\n--${kBoundary}--\r\n`);
   return new Promise((resolve, reject) => {
-    const request = http.request(`${url}/cgi/upload.cgi`, {
+    const request = http.request(`${url}/cgi/upload.cgi?path=${encodeURIComponent(folder)}`, {
       method: "POST",
       headers: {
         Cookie: cookie,
