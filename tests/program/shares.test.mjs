@@ -152,6 +152,11 @@ test("A name in two lists is told beside both, and nothing of the save is stored
   assert.ok(!existsSync("/volume1/twice"));
 });
 
+test("Groups stand in lists behind an @, also the group of everybody", () => {
+  assert.deepEqual(save("photo", { na: "", rw: "@administrators,anna", ro: "@users" }), done("photo"));
+  assert.deepEqual([load("photo").rw, load("photo").ro], [["@administrators", "anna"], ["@users"]]);
+});
+
 test("The lists are what was saved last: names move from one to another, and go", () => {
   assert.deepEqual(save("photo", { na: "", rw: "bernd,Bernd", ro: "admin,anna" }), done("photo"));
   assert.deepEqual([load("photo").na, load("photo").rw, load("photo").ro.sort()], [[], ["bernd"], ["admin", "anna"]]);
@@ -272,6 +277,16 @@ test("A passphrase is in no reply, no log and no file", () => {
   rmSync("/tmp/request-body", { force: true });
   const found = spawnSync("grep", ["-rlF", kPassphrase, "/usr/kest/etc", "/usr/kest/var", "/var/log", "/tmp/tarvel", "/volume1", "/etc/kestinfo.conf"], { encoding: "utf8" });
   assert.equal(found.stdout, "");
+});
+
+test("Names are offered by how they begin, groups apart from accounts, without regard to case", () => {
+  const search = (prefix) => run("name_search", { query: { prefix }, cookie }).json.data;
+  assert.deepEqual(search("AN").accounts, { items: [{ descr: "", name: "anna" }], total: 1 });
+  assert.deepEqual(search("admin").groups.items.map(({ name }) => name), ["administrators"]);
+  assert.deepEqual(search("admin").accounts.items.map(({ name }) => name), ["admin"]);
+  assert.deepEqual(search("").accounts, { items: [], total: 0 });
+  assert.ok(search("").groups.items.some(({ name }) => name === "users"));
+  assert.deepEqual(search("%"), { accounts: { items: [], total: 0 }, groups: { items: [], total: 0 } });
 });
 
 test("Only an administrator's own page may look and change", () => {

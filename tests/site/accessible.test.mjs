@@ -80,9 +80,11 @@ async function sharePage({ page, url }) {
   await page.selectOption("#new_encryption", "auto");
   await page.click("#save");
   await page.waitForSelector("#notice.error");
-  await assertAccessible(page, "shared folders, fields refused");
+  await page.fill("#ro", "a");
+  await page.waitForSelector("#ro-choices [aria-selected]");
+  await assertAccessible(page, "shared folders, fields refused and names offered");
   await page.selectOption("#new_encryption", "none");
-  for (const [id, words] of Object.entries({ name: "pictures", desc: "Pictures", ro: "", rw: "anna" })) await page.fill(`#${id}`, words);
+  for (const [id, words] of Object.entries({ name: "pictures", desc: "Pictures", ro: "", rw: "@users" })) await page.fill(`#${id}`, words);
   await page.check("#hidden");
   await page.click("#save");
   await page.waitForSelector("#notice.success");

@@ -29,6 +29,15 @@ async function save(page, outcome) {
   await page.waitForSelector(`#notice.${outcome}`);
 }
 
+// Types the beginning of a name and takes the first that is offered.
+async function choose(page, list, beginning, name) {
+  await tabTo(page, `#${list}`);
+  await page.keyboard.type(beginning);
+  await page.waitForSelector(`#${list}-choices [aria-selected="true"][data-name="${name}"]`);
+  await page.keyboard.press("Enter");
+  await page.waitForFunction(([id, wanted]) => document.querySelector(`#${id}-label + .chips`).textContent.includes(wanted), [list, name]);
+}
+
 test("A folder is made with the keyboard, changed, refused, renamed, and cannot be encrypted here", () =>
   withSite("shares", async (site) => {
     const { page, shot, pageLog } = site;
@@ -40,9 +49,14 @@ test("A folder is made with the keyboard, changed, refused, renamed, and cannot 
     await page.keyboard.type("pictures");
     await typeInto(page, "desc", kDescription);
     assert.equal(await page.textContent("#desc-count"), "17 / 64");
-    await page.fill("#rw", "anna");
-    await page.fill("#ro", "bernd");
+    await choose(page, "rw", "an", "anna");
+    await choose(page, "ro", "@us", "@users");
+    await page.keyboard.type("ber");
+    await page.waitForSelector("#ro-choices [aria-selected]");
     await shot("form");
+    await page.keyboard.press("ArrowDown");
+    await page.keyboard.press("Escape");
+    await typeInto(page, "ro", "");
     await tabTo(page, "#save");
     await Promise.all([saved(page), page.keyboard.press("Enter")]);
     assert.ok(await isFolder(site, "pictures"));
@@ -51,7 +65,7 @@ test("A folder is made with the keyboard, changed, refused, renamed, and cannot 
 
     await rowOf(page, "pictures").locator("[id^=edit]").click();
     await opened(page, "editor");
-    assert.deepEqual([await namesIn(page, "rw"), await namesIn(page, "ro"), await page.inputValue("#desc")], [["anna"], ["bernd"], kDescription]);
+    assert.deepEqual([await namesIn(page, "rw"), await namesIn(page, "ro"), await page.inputValue("#desc")], [["anna"], ["@users"], kDescription]);
     await page.check("#hidden");
     await page.check("#disable_download");
     await page.fill("#na", "anna");
@@ -123,7 +137,7 @@ test("The page is German on a phone, and fits it", () =>
       await page.fill("#desc", "Eine Beschreibung, die so lang ist, wie es gerade noch erlaubt ist");
       await page.fill("#desc", (await page.inputValue("#desc")).slice(0, 64));
       for (const id of ["hidden", "disable_list", "disable_modify", "disable_download"]) await page.check(`#${id}`);
-      await page.fill("#rw", "bernd");
+      await page.fill("#rw", "@users");
       await save(page, "success");
       const { content, screen } = await page.evaluate(() => ({ content: document.documentElement.scrollWidth, screen: innerWidth }));
       assert.ok(content <= screen, `the page is ${content} wide on a screen of ${screen}`);
