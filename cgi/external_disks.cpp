@@ -1,11 +1,8 @@
 #include "external_disks.h"
 
-#include <dirent.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 
+#include "block_devices.h"
 // The platform has no list of external disks; their names are in a file of its format.
 #include "platform/klib.h"
 
@@ -14,7 +11,6 @@ namespace site {
 namespace {
 
 constexpr char kNamedDisks[] = "/usr/kest/etc/external_disks.conf";
-constexpr char kBlockDevices[] = "/sys/class/block";
 constexpr int kMostUsbDisks = 9;
 constexpr int kDeviceBytes = 512;
 
@@ -25,23 +21,11 @@ void AddNamed(const std::string& id, Bus bus, std::vector<ExternalDisk>& disks) 
   if (length > 0 && length < kDeviceBytes - 1) disks.push_back({id, device, bus});
 }
 
-// Where the kernel has a device, its way through the ports of the machine included.
-std::string PlaceOf(const std::string& name) {
-  const std::unique_ptr<char, decltype(&free)> place(
-      realpath((std::string(kBlockDevices) + "/" + name).c_str(), nullptr), &free);
-  return place == nullptr ? "" : place.get();
-}
-
 void AddOnUsb(std::vector<ExternalDisk>& disks) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(kBlockDevices), &closedir);
-  if (folder == nullptr) return;
-  std::vector<std::string> names;
-  while (const dirent* entry = readdir(folder.get())) names.emplace_back(entry->d_name);
-  std::sort(names.begin(), names.end());
-  for (const std::string& name : names) {
-    const std::string device = "/dev/" + name;
+  for (const BlockDevice& found : FindBlockDevices()) {
+    const std::string device = found.Path();
     const bool named = std::any_of(disks.begin(), disks.end(), [&](const auto& disk) { return disk.device == device; });
-    if (!named && PlaceOf(name).find("/usb") != std::string::npos) disks.push_back({name, device, kUsb});
+    if (!named && found.IsOnUsb()) disks.push_back({found.name, device, kUsb});
   }
 }
 

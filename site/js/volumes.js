@@ -1,6 +1,7 @@
 // The page of the volumes: one card for each, as a service of the appliance sees them.
 import { getKept } from './api.js';
 import { make } from './elements.js';
+import { showMachineDisks } from './machine_disks.js';
 import { hideNotice, showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 import { binarySizeInWords } from './sizes.js';
@@ -81,8 +82,9 @@ async function look() {
 
 await enterPage();
 at('service').addEventListener('change', look);
-at('refresh').addEventListener('click', look);
-whenLanguageChanges(() => Promise.all([look(), watchBuilding()]));
+at('refresh').addEventListener('click', () => Promise.all([look(), showMachineDisks()]));
+whenLanguageChanges(() => Promise.all([look(), showMachineDisks(), watchBuilding()]));
 openBuilding(look);
 await look();
+await showMachineDisks();
 await watchBuilding();
