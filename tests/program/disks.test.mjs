@@ -12,6 +12,7 @@ const kMiB = 1024 * 1024;
 const kNamed = "/usr/kest/etc/external_disks.conf";
 const kProgress = "/tmp/usbdiskapplying";
 const kHold = "/tmp/hold-formatting";
+const kMkfs = "(?:mkfs\\.ext\\d|mke2fs)"; // while held, and when it runs
 const kFolder = "/volume1/@disks";
 const usb = { id: "usb1", device: `${kFolder}/usb1.img` };
 const sata = { id: "sata", device: `${kFolder}/sata.img` };
@@ -87,12 +88,19 @@ for (const [system, type] of [["FAT", "vfat"], ["EXT3", "ext3"], ["EXT4", "ext4"
 function hold(t) {
   writeFileSync(kHold, "");
   const letGo = () => rmSync(kHold, { force: true });
-  t.after(letGo);
+  t.after(async () => {
+    letGo();
+    // One whose worker was killed would write over the disk of the next test.
+    for (let tries = 0; tries < 400 && running(kMkfs).length > 0; ++tries) await pause(50);
+    assert.deepEqual(running(kMkfs), []);
+  });
   return letGo;
 }
 
 // Those that run: one that has ended may wait for a moment to be cleared away.
-const programs = () => readdirSync("/proc").filter((pid) => /^\d+$/.test(pid) && /^\d+ \(disks\.cgi\) [^ZX]/.test(readText(`/proc/${pid}/stat`)));
+const running = (name) =>
+  readdirSync("/proc").filter((pid) => /^\d+$/.test(pid) && new RegExp(`^\\d+ \\(${name}\\) [^ZX]`).test(readText(`/proc/${pid}/stat`)));
+const programs = () => running("disks\\.cgi");
 
 // Of a process that ends meanwhile there is nothing to read.
 function readText(path) {
