@@ -10,8 +10,9 @@ namespace site {
 
 /// A block device as the kernel names it.
 struct BlockDevice {
-  std::string name;   ///< "sda"
-  std::string place;  ///< where the kernel has it, its way through the ports of the machine included; "" when it has gone
+  std::string name;  ///< "sda"
+  std::string
+      place;  ///< where the kernel has it, its way through the ports of the machine included; "" when it has gone
 
   std::string Path() const { return "/dev/" + name; }
   bool IsOnUsb() const { return place.find("/usb") != std::string::npos; }

@@ -1,10 +1,12 @@
 // machine_disks.cgi: the disks inside the appliance.
 //
-//   GET   {"data": {"disks": [{"id": "1", "device": "/dev/sda", "size": "...", "space": "volume_1", "state": "normal"}]},
+//   GET   {"data": {"disks": [{"id": "1", "device": "/dev/sda", "size": "...", "space": "volume_1", "state":
+//   "normal"}]},
 //         "success": true}
 //
-// `space` is the space that the disk belongs to, else "". `state` is the library's (see Volume::GetDiskStatus), "" where the
-// platform cannot tell. What hangs on a USB port, or is said to be external, is another program's (disks.cgi).
+// `space` is the space that the disk belongs to, else "". `state` is the library's (see Volume::GetDiskStatus), ""
+// where the platform cannot tell. What hangs on a USB port, or is said to be external, is another program's
+// (disks.cgi).
 #include <tarvel/disk.h>
 #include <tarvel/tarvel.h>
 #include <tarvel/volume.h>
