@@ -110,7 +110,7 @@ class Tree {
   void RenderBelow(int folder, int depth) {
     DIR* const entries = fdopendir(folder);
     if (entries == nullptr) {
-      ++failed_;
+      Count(-1);
       close(folder);
       return;
     }
@@ -123,6 +123,8 @@ class Tree {
   }
 
   size_t failed() const { return failed_; }
+  // The negative of an ErrorCode when something failed that may go well another time; 0 otherwise.
+  int result() const { return result_; }
 
  private:
   static constexpr int kDepthMax = 200;  // of open folders
@@ -131,7 +133,7 @@ class Tree {
     struct stat status;
     const FileDescriptor file(openat(parent, name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
     if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
-      ++failed_;
+      Count(-1);
     } else if (S_ISDIR(status.st_mode)) {
       RenderFolder(file, depth);
     } else if (S_ISREG(status.st_mode)) {
@@ -144,18 +146,25 @@ class Tree {
   void RenderFolder(const FileDescriptor& folder, int depth) {
     Count(Set(PathOf(folder), ACL_TYPE_ACCESS, folder_.get()));
     Count(Set(PathOf(folder), ACL_TYPE_DEFAULT, folder_.get()));
+    errno = EPERM;
     const int below = depth < kDepthMax ? open(PathOf(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
     if (below < 0) {
-      ++failed_;
+      Count(-1);
     } else {
       RenderBelow(below, depth + 1);
     }
   }
 
-  void Count(int result) { failed_ += result < 0 ? 1 : 0; }
+  void Count(int result) {
+    if (result >= 0) return;
+    ++failed_;
+    // That a file is somebody else's does not change.
+    if (errno != EPERM && errno != ENOTSUP) result_ = -ErrorCodeOf(errno);
+  }
 
   const Acl folder_, file_;
   size_t failed_ = 0;
+  int result_ = 0;
 };
 
 int Failure(const char* path) {
@@ -198,7 +207,7 @@ int RenderBelow(const char* path, const KestAcl* wanted) {
   if (!OpenFolder(path, &folder)) return Failure(path);
   tree.RenderBelow(fcntl(folder.Get(), F_DUPFD_CLOEXEC, 0), 0);
   if (tree.failed() != 0) syslog(LOG_ERR, "%s: %zu access lists below could not be set", path, tree.failed());
-  return 0;
+  return tree.result();
 }
 
 }  // namespace kest

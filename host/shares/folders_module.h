@@ -41,7 +41,8 @@ struct KestFoldersModule {
   // inherits that. *changed tells whether anything was different. A file system without access lists is logged and
   // keeps what it has.
   int (*render)(const char* path, const KestAcl* acl, bool* changed);
-  // The same for everything below it. What cannot be changed is counted in the log and passed over.
+  // The same for everything below it. What cannot be changed is counted in the log and passed over; a failure is what
+  // may go well another time.
   int (*render_below)(const char* path, const KestAcl* acl);
 };
 KEST_MODULE_TABLE(KestFoldersModule, KestFoldersModuleTable);

@@ -43,6 +43,25 @@ std::string Behind(std::string prefix) {
   return prefix;
 }
 
+// A kept statement while it is used: afterwards it stands at its beginning again, whatever has happened, or is made
+// anew.
+class ReadToTheEnd {
+ public:
+  explicit ReadToTheEnd(std::unique_ptr<Statement>* statement) : statement_(*statement) {}
+  ~ReadToTheEnd() {
+    if (statement_->failed()) {
+      statement_.reset();
+    } else {
+      statement_->Rewind();
+    }
+  }
+  ReadToTheEnd(const ReadToTheEnd&) = delete;
+  ReadToTheEnd& operator=(const ReadToTheEnd&) = delete;
+
+ private:
+  std::unique_ptr<Statement>& statement_;
+};
+
 }  // namespace
 
 Lookup ShareDatabase::ReadOne(Statement& query, Share* out) {
@@ -59,13 +78,8 @@ Lookup ShareDatabase::ReadOne(Statement& query, Share* out) {
 
 Lookup ShareDatabase::Find(const std::string& name, Share* out) {
   if (find_ == nullptr) find_ = std::make_unique<Statement>(*database_, SHARE_ROWS "WHERE s.folded = ?" SHARE_ORDER);
-  const Lookup found = ReadOne(find_->Bind(1, FoldName(name)), out);
-  if (found == Lookup::kFailed) {
-    find_.reset();
-  } else {
-    find_->Rewind();
-  }
-  return found;
+  const ReadToTheEnd use(&find_);
+  return ReadOne(find_->Bind(1, FoldName(name)), out);
 }
 
 Lookup ShareDatabase::FindById(int64_t id, Share* out) {
@@ -197,14 +211,9 @@ bool ShareDatabase::Moves(std::vector<ShareMove>* out) {
 
 bool ShareDatabase::IsInterrupted(bool* answer) {
   if (any_move_ == nullptr) any_move_ = std::make_unique<Statement>(*database_, "SELECT 1 FROM share_moves LIMIT 1");
+  const ReadToTheEnd use(&any_move_);
   *answer = any_move_->Row();
-  const bool done = !any_move_->failed();
-  if (done) {
-    any_move_->Rewind();
-  } else {
-    any_move_.reset();
-  }
-  return done;
+  return !any_move_->failed();
 }
 
 bool ShareDatabase::IsMember(const std::string& user, const std::string& group, bool* answer) {

@@ -13,6 +13,8 @@
 
 namespace kest {
 
+constexpr char kShareLocksPath[] = "/usr/kest/etc/shares.lock";
+
 enum ShareList { kNoAccess, kReadWrite, kReadOnly, kShareLists };
 
 struct Share {
@@ -52,7 +54,8 @@ struct AccessEntry {
 
 class ShareDatabase {
  public:
-  explicit ShareDatabase(std::shared_ptr<Database> database) : database_(std::move(database)) {}
+  explicit ShareDatabase(std::shared_ptr<Database> database, const char* locks = kShareLocksPath)
+      : database_(std::move(database)), locks_(locks) {}
 
   // `out` is filled only when the share is found.
   Lookup Find(const std::string& name, Share* out);
@@ -89,6 +92,8 @@ class ShareDatabase {
   bool MembersOf(int64_t gid, std::set<int64_t>* uids);
 
   Database& database() const { return *database_; }
+  // Where the locks are of those who change shares.
+  const std::string& locks() const { return locks_; }
 
  private:
   Lookup ReadOne(Statement& query, Share* out);
@@ -96,6 +101,7 @@ class ShareDatabase {
   bool IsTaken(const char* sql, const std::string& text, int64_t but, bool* answer);
 
   std::shared_ptr<Database> database_;
+  std::string locks_;
   // Kept: pages of lists ask for one share after the other.
   std::unique_ptr<Statement> find_, any_move_;
 };

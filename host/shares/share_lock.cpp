@@ -25,7 +25,8 @@ bool IsHeldByAnother() { return errno == EAGAIN || errno == EACCES || errno == E
 
 }  // namespace
 
-ShareLock::ShareLock(int64_t share, int wait_s) : file_(open(kShareLocksPath, O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+ShareLock::ShareLock(const std::string& locks, int64_t share, int wait_s)
+    : file_(open(locks.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
   const timespec poll = {0, kPollMs * 1000 * 1000};
   for (int waited_ms = 0; file_.IsOpen(); waited_ms += kPollMs) {
     if (TryLock(file_.Get(), share)) return;
@@ -33,7 +34,7 @@ ShareLock::ShareLock(int64_t share, int wait_s) : file_(open(kShareLocksPath, O_
     nanosleep(&poll, nullptr);
   }
   result_ = file_.IsOpen() && IsHeldByAnother() ? -kErrorBusy : -ErrorCodeOf(errno);
-  if (result_ != -kErrorBusy) syslog(LOG_ERR, "%s: %s", kShareLocksPath, strerror(errno));
+  if (result_ != -kErrorBusy) syslog(LOG_ERR, "%s: %s", locks.c_str(), strerror(errno));
 }
 
 }  // namespace kest

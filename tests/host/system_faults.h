@@ -22,6 +22,9 @@ class FailingCall {
   bool Struck() const;
 };
 
+/// For wrapped calls in other files: whether this one is to fail, with errno.
+bool FaultStrikes(const char* call);
+
 /// Moves the clock that the code under test sees, in seconds.
 void AdvanceClock(long seconds);
 

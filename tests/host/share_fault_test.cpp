@@ -1,0 +1,277 @@
+// A share and its folder change together: whatever fails on the way, and wherever the process is killed, both are the
+// old or both the new, and nothing else is left.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+
+#include "folder.h"
+#include "host/accounts/directory_schema.h"
+#include "host/klib/error_code.h"
+#include "host/shares/share_lock.h"
+#include "host/shares/share_recovery.h"
+#include "host/shares/share_save.h"
+#include "system_faults.h"
+
+namespace fs = std::filesystem;
+
+namespace kest {
+namespace {
+
+// Two volumes, a database with two accounts, and the share "photo" with something in it.
+class Machine {
+ public:
+  Machine() {
+    for (const char* volume : {"one", "two"}) fs::create_directory(Volume(volume));
+    Use();
+    shares_->database().Execute(
+        "INSERT INTO accounts (uid, name, folded) VALUES (1030, 'anna', 'anna'), (1031, 'bernd', 'bernd')");
+    if (Save(nullptr, "photo", "one", "", "anna") != 0) abort();
+    fs::create_directories(Volume("one") + "/photo/deep");
+    std::ofstream(Volume("one") + "/photo/deep/a") << "content";
+  }
+
+  std::string Volume(const std::string& name) const { return folder_.File(name); }
+
+  // A connection of this process.
+  void Use() {
+    shares_.reset();
+    shares_ = std::make_unique<ShareDatabase>(Database::OpenOrCreate(folder_.File("db").c_str(), kDirectorySchema),
+                                              folder_.File("locks").c_str());
+  }
+
+  // No connection of SQLite's survives a fork.
+  pid_t Fork() {
+    shares_.reset();
+    const pid_t child = fork();
+    Use();
+    return child;
+  }
+
+  int Save(const char* existing, const std::string& name, const std::string& volume, const std::string& na,
+           const std::string& rw, bool move = false) {
+    std::string texts[] = {name, "", Volume(volume) + "/" + name, na, rw, ""};
+    KESTSHARE record = {texts[0].data(),
+                        texts[1].data(),
+                        texts[2].data(),
+                        texts[3].data(),
+                        texts[4].data(),
+                        texts[5].data(),
+                        2,
+                        1,
+                        0,
+                        0,
+                        0,
+                        0};
+    const std::string mount = Volume(volume);
+    const KestShareChange change = {existing, &record, mount.c_str(), move, false};
+    return SaveShare(*shares_, *KestFoldersModuleTable(), change);
+  }
+
+  bool Note(const ShareMove& move) { return shares_->Note(move); }
+
+  int Recover() { return RecoverShares(*shares_, *KestFoldersModuleTable()); }
+
+  // Everything there is: shares, then what lies on the volumes with its access lists. Empty folders at a volume's root
+  // do not count where `but_empty`: a crash may leave one, and the next attempt takes it.
+  std::string State(bool but_empty = false) {
+    std::string state;
+    std::vector<Share> all;
+    if (!shares_->List(&all)) return "failed";
+    for (const Share& share : all) {
+      state += share.name + " " + fs::relative(share.path, folder_.File("")).string() + " " + share.lists[kNoAccess] +
+               "|" + share.lists[kReadWrite] + "\n";
+    }
+    std::vector<std::string> files;
+    for (const char* volume : {"one", "two"}) {
+      for (const auto& entry : fs::recursive_directory_iterator(Volume(volume))) {
+        const bool is_folder = entry.is_directory();
+        if (but_empty && is_folder && fs::is_empty(entry.path())) continue;
+        files.push_back(fs::relative(entry.path(), folder_.File("")).string() + " " +
+                        (is_folder ? "" : Content(entry.path())) + " " + Rights(entry.path()) + "\n");
+      }
+    }
+    std::sort(files.begin(), files.end());
+    for (const std::string& file : files) state += file;
+    std::vector<ShareMove> moves;
+    return shares_->Moves(&moves) && moves.empty() ? state : state + "a note is left\n";
+  }
+
+ private:
+  // Each entry of an access list as far as the mask lets it count.
+  static std::string Rights(const std::string& path) {
+    struct Entry {
+      uint16_t tag, rights;
+      uint32_t id;
+    } entries[100];
+    char bytes[4 + sizeof(entries)];
+    const ssize_t size = getxattr(path.c_str(), "system.posix_acl_access", bytes, sizeof(bytes));
+    const size_t count = size < 4 ? 0 : (static_cast<size_t>(size) - 4) / sizeof(Entry);
+    memcpy(entries, bytes + 4, count * sizeof(Entry));
+    unsigned mask = 7;
+    for (size_t i = 0; i < count; ++i) mask = entries[i].tag == 16 ? entries[i].rights : mask;
+    std::string text;
+    for (size_t i = 0; i < count; ++i) {
+      const bool is_named = entries[i].tag == 2 || entries[i].tag == 8;
+      text += std::to_string(entries[i].tag) + "." + (is_named ? std::to_string(entries[i].id) : "") + ":" +
+              std::to_string(entries[i].rights & (is_named ? mask : 7)) + " ";
+    }
+    return text;
+  }
+
+  const Folder folder_;
+  std::unique_ptr<ShareDatabase> shares_;
+};
+
+struct Operation {
+  const char* name;
+  std::function<int(Machine&)> run;
+};
+
+const Operation kOperations[] = {
+    {"create", [](Machine& machine) { return machine.Save(nullptr, "music", "one", "", "bernd"); }},
+    {"rename", [](Machine& machine) { return machine.Save("photo", "pictures", "one", "", "anna"); }},
+    {"move", [](Machine& machine) { return machine.Save("photo", "photo", "two", "", "anna", true); }},
+    {"lists", [](Machine& machine) { return machine.Save("photo", "photo", "one", "anna", "bernd"); }},
+    {"another folder", [](Machine& machine) { return machine.Save("photo", "photo", "two", "", "bernd"); }},
+};
+
+std::string StateAfter(const Operation& operation) {
+  Machine machine;
+  EXPECT_EQ(0, operation.run(machine)) << operation.name;
+  return machine.State();
+}
+
+// The test's own texts need memory as well.
+int Outcome(const Operation& operation, Machine& machine) {
+  try {
+    return operation.run(machine);
+  } catch (const std::bad_alloc&) {
+    return -kErrorNoMemory;
+  }
+}
+
+constexpr const char* kCalls[] = {"mkdirat", "renameat2", "acl_set_file", "fsync",
+                                  "syncfs",  "open",      "pwrite",       "posix_spawn"};
+constexpr int kMost = 2000;
+
+class ShareFault : public testing::TestWithParam<const char*> {};
+
+TEST_P(ShareFault, ThatAnyCallFailsLeavesTheOldOrTheNew) {
+  for (const Operation& operation : kOperations) {
+    const std::string wanted = StateAfter(operation);
+    for (int nth = 1; nth < kMost; ++nth) {
+      SCOPED_TRACE(std::string(operation.name) + ", " + GetParam() + " " + std::to_string(nth));
+      Machine machine;
+      const std::string before = machine.State();
+      int result = 0;
+      {
+        FailingCall fault(GetParam(), ENOSPC, nth);
+        result = Outcome(operation, machine);
+        if (!fault.Struck()) break;
+      }
+      // What is left to do after a save that succeeded is done by the next who looks.
+      if (machine.State().find("note") != std::string::npos) {
+        ASSERT_EQ(0, machine.Recover());
+      }
+      ASSERT_EQ(result == 0 ? wanted : before, machine.State());
+      if (result != 0) {
+        ASSERT_EQ(0, operation.run(machine));
+      }
+      ASSERT_EQ(wanted, machine.State());
+    }
+  }
+}
+
+class ShareKill : public testing::TestWithParam<const char*> {};
+
+TEST_P(ShareKill, AProcessKilledAtAnyCallLeavesTheOldOrTheNew) {
+  for (const Operation& operation : kOperations) {
+    const std::string wanted = StateAfter(operation);
+    for (int nth = 1; nth < kMost; ++nth) {
+      SCOPED_TRACE(std::string(operation.name) + ", " + GetParam() + " " + std::to_string(nth));
+      Machine machine;
+      const std::string before = machine.State();
+      const pid_t child = machine.Fork();
+      if (child == 0) {
+        FailingCall fault(GetParam(), FailingCall::kKilled, nth);
+        operation.run(machine);
+        _exit(0);
+      }
+      int status = 0;
+      ASSERT_EQ(child, waitpid(child, &status, 0));
+      ASSERT_EQ(0, machine.Recover());
+      if (!WIFSIGNALED(status)) {
+        ASSERT_EQ(wanted, machine.State());
+        break;
+      }
+      const std::string state = machine.State(true);
+      if (machine.State() == wanted) continue;
+      Machine untouched;
+      ASSERT_EQ(untouched.State(true), state);
+      ASSERT_EQ(0, operation.run(machine)) << "and the way is free";
+      ASSERT_EQ(wanted, machine.State());
+    }
+  }
+}
+
+std::string NameOf(const testing::TestParamInfo<const char*>& call) { return call.param; }
+
+INSTANTIATE_TEST_SUITE_P(EachCall, ShareFault, testing::ValuesIn(kCalls), NameOf);
+INSTANTIATE_TEST_SUITE_P(Memory, ShareFault, testing::Values("allocation"), NameOf);
+INSTANTIATE_TEST_SUITE_P(EachCall, ShareKill, testing::ValuesIn(kCalls), NameOf);
+
+TEST(ShareTurns, OfTwoThatRenameOneShareOneSucceeds) {
+  for (int round = 0; round < 10; ++round) {
+    Machine machine;
+    pid_t children[2];
+    for (int i = 0; i < 2; ++i) {
+      children[i] = machine.Fork();
+      if (children[i] != 0) continue;
+      const int result = machine.Save("photo", i == 0 ? "left" : "right", "one", "", "anna");
+      _exit(result == 0 ? 0 : result == -kErrorNoSuchObject ? 1 : 2);
+    }
+    int statuses[2];
+    for (int i = 0; i < 2; ++i) ASSERT_EQ(children[i], waitpid(children[i], &statuses[i], 0));
+    ASSERT_EQ(1, WEXITSTATUS(statuses[0]) + WEXITSTATUS(statuses[1])) << "the other is told that it is gone";
+    const std::string winner = WEXITSTATUS(statuses[0]) == 0 ? "left" : "right";
+    EXPECT_NE(std::string::npos, machine.State().find(winner + " one/" + winner + " |anna\n"));
+    EXPECT_EQ("content", Content(machine.Volume("one") + "/" + winner + "/deep/a"));
+  }
+}
+
+TEST(ShareTurns, AShareThatSomebodyIsChangingIsLeftToHim) {
+  Machine machine;
+  std::string state = machine.State();
+  int held[2], done[2];
+  ASSERT_EQ(0, pipe(held) | pipe(done));
+  const pid_t child = machine.Fork();
+  if (child == 0) {
+    // A move that has got as far as its copy, and goes on.
+    fs::create_directory(machine.Volume("two") + "/@move.1");
+    const ShareLock lock(machine.Volume("locks"), 1);
+    const bool noted = machine.Note({1, machine.Volume("one") + "/photo", machine.Volume("two") + "/photo",
+                                     machine.Volume("two") + "/@move.1", ShareMove::kBegun});
+    char byte = lock.result() == 0 && noted ? 'y' : 'n';
+    if (write(held[1], &byte, 1) != 1 || read(done[0], &byte, 1) != 1) _exit(1);
+    _exit(0);
+  }
+  char byte = 0;
+  ASSERT_EQ(1, read(held[0], &byte, 1));
+  ASSERT_EQ('y', byte);
+  EXPECT_EQ(0, machine.Recover());
+  EXPECT_TRUE(fs::exists(machine.Volume("two") + "/@move.1")) << "not taken from under him";
+  ASSERT_EQ(1, write(done[1], "x", 1));
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, machine.Recover());
+  EXPECT_EQ(state, machine.State()) << "now he is gone";
+}
+
+}  // namespace
+}  // namespace kest
