@@ -94,10 +94,10 @@ typedef struct KESTCOPYARGS {
 
 /// Steps of KESTShareEncryptionAction().
 typedef enum KEST_SHARE_ENC_STEP {
-  KEST_SHARE_ENC_STORE = 2,   ///< store the key, so that the folder is mounted at start
+  KEST_SHARE_ENC_STORE = 2,   ///< store the key, so that the folder is mounted at start; before step 5 unchecked
   KEST_SHARE_ENC_VERIFY = 3,  ///< check the passphrase
   KEST_SHARE_ENC_REMOVE = 4,  ///< remove the stored key
-  KEST_SHARE_ENC_START = 5,   ///< encrypt the folder
+  KEST_SHARE_ENC_START = 5,   ///< encrypt the folder; mount one that is encrypted, without passphrase by the stored key
   KEST_SHARE_ENC_STEP_FILLER_ = 0x7fffffff
 } KEST_SHARE_ENC_STEP;
 

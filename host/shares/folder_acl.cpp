@@ -99,6 +99,10 @@ int Set(const std::string& path, acl_type_t type, acl_t wanted) {
   return acl_set_file(path.c_str(), type, wanted) == 0 ? 1 : -1;
 }
 
+struct CloseFolder {
+  void operator()(DIR* folder) const { closedir(folder); }
+};
+
 // A tree whose entries get the same lists.
 class Tree {
  public:
@@ -108,18 +112,17 @@ class Tree {
   bool IsMade() const { return folder_ != nullptr && file_ != nullptr; }
 
   void RenderBelow(int folder, int depth) {
-    DIR* const entries = fdopendir(folder);
+    const std::unique_ptr<DIR, CloseFolder> entries(fdopendir(folder));
     if (entries == nullptr) {
       Count(-1);
       close(folder);
       return;
     }
-    while (const dirent* entry = readdir(entries)) {
+    while (const dirent* entry = readdir(entries.get())) {
       if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0) {
-        Render(dirfd(entries), entry->d_name, depth);
+        Render(dirfd(entries.get()), entry->d_name, depth);
       }
     }
-    closedir(entries);
   }
 
   size_t failed() const { return failed_; }

@@ -14,6 +14,7 @@
 #include "host/klib/run_program.h"
 #include "host/shares/folder_acl.h"
 #include "host/shares/open_folder.h"
+#include "host/shares/vault.h"
 
 namespace kest {
 namespace {
@@ -82,16 +83,21 @@ bool Sync(const char* path) {
   return OpenFolder(path, &folder) && syncfs(folder.Get()) == 0;
 }
 
-int Copy(const char* source, const char* target) {
-  FileDescriptor folder;
-  if (!OpenFolder(source, &folder)) return Failure("copying", source);
-  if (Exists(target)) return -kErrorTaken;
+int CopyInto(const char* source, const char* target) {
   const char* const command[] = {"/usr/bin/cp", "-a", "--no-target-directory", "--", source, target, nullptr};
   const int status = RunProgram(command, kCopySeconds);
   if (status == 0 && Sync(target)) return 0;
   const int failure = status < 0 ? -ErrorCodeOf(errno) : CopyFailure(target);
   syslog(LOG_ERR, "copying %s to %s failed (%d)", source, target, status);
-  Remove(target);
+  return failure;
+}
+
+int Copy(const char* source, const char* target) {
+  FileDescriptor folder;
+  if (!OpenFolder(source, &folder)) return Failure("copying", source);
+  if (Exists(target)) return -kErrorTaken;
+  const int failure = CopyInto(source, target);
+  if (failure != 0) Remove(target);
   return failure;
 }
 
@@ -99,7 +105,9 @@ int Copy(const char* source, const char* target) {
 }  // namespace kest
 
 const KestFoldersModule* KestFoldersModuleTable(void) {
-  static constexpr KestFoldersModule kTable = {kest::Exists, kest::Make,        kest::Rename,       kest::Copy,
-                                               kest::Remove, kest::RemoveEmpty, kest::RenderFolder, kest::RenderBelow};
+  static constexpr KestFoldersModule kTable = {
+      kest::Exists,      kest::Make,         kest::Rename,      kest::Copy,      kest::CopyInto,      kest::Remove,
+      kest::RemoveEmpty, kest::RenderFolder, kest::RenderBelow, kest::MakeVault, kest::CheckVaultKey, kest::OpenVault,
+      kest::CloseVault,  kest::IsOpenVault,  kest::StoreKey,    kest::LoadKey,   kest::RemoveKey};
   return &kTable;
 }

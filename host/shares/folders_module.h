@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include "host/module/module.h"
+#include "host/shares/key_store.h"
 
 // What one account or group may do: a mask of 4 read, 2 write, 1 enter.
 struct KestAclEntry {
@@ -34,6 +35,8 @@ struct KestFoldersModule {
   // Copies a folder to a new place with owners, modes, times and access lists; on the disk when this returns. On
   // failure nothing is left of the copy.
   int (*copy)(const char* source, const char* target);
+  // The same into a folder that is there; a copy that fails stays.
+  int (*copy_into)(const char* source, const char* target);
   // Removes a folder with all that is in it; one that is not there is done already.
   int (*remove)(const char* path);
   int (*remove_empty)(const char* path);
@@ -44,6 +47,18 @@ struct KestFoldersModule {
   // The same for everything below it. What cannot be changed is counted in the log and passed over; a failure is what
   // may go well another time.
   int (*render_below)(const char* path, const KestAcl* acl);
+
+  // Encrypted folders: vault.h. An open vault is a mount.
+  int (*make_vault)(const char* vault, const char* passphrase);
+  int (*check_vault_key)(const char* vault, const char* passphrase);
+  int (*open_vault)(const char* vault, const char* folder, const char* passphrase);
+  int (*close_vault)(const char* folder);
+  bool (*is_open_vault)(const char* folder);
+
+  // Stored passphrases: key_store.h.
+  int (*store_key)(const kest::KeyFiles& files, int64_t share, const char* passphrase);
+  int (*load_key)(const kest::KeyFiles& files, int64_t share, char (&passphrase)[kest::kPassphraseBytes]);
+  int (*remove_key)(const kest::KeyFiles& files, int64_t share);
 };
 KEST_MODULE_TABLE(KestFoldersModule, KestFoldersModuleTable);
 

@@ -33,9 +33,11 @@ struct Share {
 // finishes or takes back (docs/decisions/0095).
 struct ShareMove {
   enum State : int {
-    kBegun = 0,   // the database still says the old: to be taken back
-    kCopied = 1,  // the same, and the copy in `staging` is complete
-    kStored = 2,  // the database says the new: to be finished
+    kBegun = 0,       // the database still says the old: to be taken back
+    kCopied = 1,      // the same, and the copy in `staging` is complete
+    kStored = 2,      // the database says the new: to be finished
+    kEncrypting = 3,  // `target` receives what was in clear, `staging` is the vault
+    kDecrypting = 4,  // `target` receives what will be in clear
   };
   int64_t share = 0;
   std::string source;  // "" when no folder changes its place

@@ -5,6 +5,7 @@
 #include "host/database/database_error.h"
 #include "host/klib/error_code.h"
 #include "host/shares/share_acl.h"
+#include "host/shares/share_encryption.h"
 #include "host/shares/share_lock.h"
 
 namespace kest {
@@ -12,6 +13,8 @@ namespace {
 
 // The folder goes back to where the database says that it is; of a copy nothing stays.
 int TakeBack(const KestFoldersModule& folders, const ShareMove& move) {
+  if (move.state == ShareMove::kEncrypting) return TakeBackEncryption(folders, move);
+  if (move.state == ShareMove::kDecrypting) return TakeBackDecryption(folders, move);
   if (move.source.empty()) return 0;
   const bool is_in_place = folders.exists(move.target.c_str());
   if (move.staging.empty()) {
@@ -31,6 +34,8 @@ int RenderShare(ShareDatabase& shares, const KestFoldersModule& folders, int64_t
   if (found == Lookup::kFailed) return DatabaseFailure();
   // Its disk may be away; whatever is done with the share when it is back renders it.
   if (found == Lookup::kAbsent || !folders.exists(share.path.c_str())) return 0;
+  // Nobody is let into the folder of a closed vault; it is rendered when it is opened.
+  if (IsLocked(folders, share)) return 0;
   ShareAcl rendered;
   if (!rendered.Read(shares, share)) return DatabaseFailure();
   const KestAcl acl = rendered.Get();

@@ -6,13 +6,12 @@
 #include "host/database/database_error.h"
 #include "host/klib/error_code.h"
 #include "host/shares/share_acl.h"
+#include "host/shares/share_encryption.h"
 #include "host/shares/share_lock.h"
 #include "host/shares/share_recovery.h"
 
 namespace kest {
 namespace {
-
-constexpr int kEncrypted = 2, kAutomatic = 4;
 
 int ToResult(Lookup found) {
   if (found == Lookup::kFailed) return DatabaseFailure();
@@ -70,9 +69,9 @@ class ShareSave {
     // Somebody else was quicker and has renamed it.
     if (FoldName(old_.name) != FoldName(change_.existing)) return -kErrorNoSuchObject;
     next_.id = id;
-    // Its state is what has become of its folder, whatever the record says.
-    if ((next_.encryption & kEncrypted) != (old_.encryption & kEncrypted)) return -kErrorBadParameter;
-    int failure = Guarded([&] { return Prepare(); });
+    int failure = Guarded([&] { return MatchEncryption(); });
+    if (failure != 0) return failure;
+    failure = Guarded([&] { return Prepare(); });
     if (failure == 0) failure = StoreChange();
     if (failure == 0) return Finish();
     // As if nothing had been begun.
@@ -81,6 +80,22 @@ class ShareSave {
   }
 
  private:
+  // A save can end an encryption, but not begin one: it has no passphrase.
+  int MatchEncryption() {
+    const bool is_encrypted = (old_.encryption & kEncrypted) != 0;
+    if (!is_encrypted) return next_.encryption == 0 ? 0 : -kErrorBadParameter;
+    if ((next_.encryption & kEncrypted) != 0) return 0;
+    if (int failure = Decrypt(shares_, folders_, old_)) return failure;
+    return ToResult(shares_.FindById(next_.id, &old_));
+  }
+
+  // The folder of a vault has to stay where it is while that is open, and with it on its volume.
+  int CheckCarrying() const {
+    if ((old_.encryption & kEncrypted) == 0) return 0;
+    if (!StaysOnVolume()) return -kErrorUnsupported;
+    return IsLocked(folders_, old_) ? 0 : -kErrorBusy;
+  }
+
   int StoreNew() {
     bool made = false;
     const int failure = InTransaction([&] {
@@ -107,6 +122,7 @@ class ShareSave {
   // Notes what is to come, and does what takes long before the database is locked.
   int Prepare() {
     if (int taken = CheckFree()) return taken;
+    if (int stays = PathChanges() ? CheckCarrying() : 0) return stays;
     move_ = {next_.id, "", next_.path, "", ShareMove::kBegun};
     if (IsCarried()) {
       // Whatever stands there is not ours: noted as our target it would be removed after a crash.
@@ -162,6 +178,7 @@ class ShareSave {
 
   // A description can be changed while the share's disk is away.
   bool FolderIsConcerned() const {
+    if (IsLocked(folders_, next_)) return false;
     for (const ShareList list : {kNoAccess, kReadWrite, kReadOnly}) {
       if (next_.lists[list] != old_.lists[list]) return true;
     }
@@ -192,6 +209,7 @@ class ShareSave {
     Guarded([&] {
       const KestAcl acl = acl_.Get();
       if (changed_ && folders_.render_below(next_.path.c_str(), &acl) != 0) return 0;
+      if ((old_.encryption & ~next_.encryption & kAutomatic) != 0) folders_.remove_key({}, next_.id);
       FinishMove(shares_, folders_, move_);
       return 0;
     });

@@ -7,6 +7,7 @@
 #include "host/database/database_error.h"
 #include "host/klib/error_code.h"
 #include "host/shares/share_database.h"
+#include "host/shares/share_encryption.h"
 #include "host/shares/share_recovery.h"
 #include "host/shares/share_save.h"
 
@@ -100,6 +101,12 @@ int Set(const KestShareChange* change, const KestFoldersModule* folders) {
   return shares == nullptr ? DatabaseFailure() : SaveShare(*shares, *folders, *change);
 }
 
+int Encrypt(const char* name, int step, const char* passphrase, const char* volume, const KestFoldersModule* folders) {
+  ShareDatabase* const shares = Opened();
+  if (shares == nullptr) return DatabaseFailure();
+  return EncryptionStep(*shares, *folders, {name, step, passphrase, volume});
+}
+
 int IsMember(const char* user, const char* group) {
   ShareDatabase* const shares = Opened();
   bool answer = false;
@@ -128,7 +135,8 @@ int Recover(const KestFoldersModule* folders) {
 }  // namespace kest
 
 const KestSharesModule* KestSharesModuleTable(void) {
-  static constexpr KestSharesModule kTable = {kest::Record,   kest::Records,      kest::Visit,         kest::Set,
-                                              kest::IsMember, kest::GroupChanged, kest::IsInterrupted, kest::Recover};
+  static constexpr KestSharesModule kTable = {kest::Record,       kest::Records,       kest::Visit,
+                                              kest::Set,          kest::Encrypt,       kest::IsMember,
+                                              kest::GroupChanged, kest::IsInterrupted, kest::Recover};
   return &kTable;
 }

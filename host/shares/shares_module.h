@@ -34,6 +34,9 @@ struct KestSharesModule {
   // Visits those whose folded name begins with the prefix, by folded name.
   int (*visit)(const char* prefix, void (*visit)(const KestShareLine* line, void* data), void* data);
   int (*set)(const KestShareChange* change, const KestFoldersModule* folders);
+  // A step of KESTShareEncryptionAction(). `volume` is the mount path of the volume that holds the share's folder.
+  int (*encrypt)(const char* name, int step, const char* passphrase, const char* volume,
+                 const KestFoldersModule* folders);
   // 1 when the account is a member of the group, 0 when not.
   int (*is_member)(const char* user, const char* group);
   // Renders the folders anew whose lists a change of the group's members may concern.

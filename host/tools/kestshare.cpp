@@ -18,6 +18,8 @@ constexpr char kUsage[] =
     "       kestshare set NAME [rw LIST] [ro LIST] [na LIST] [description TEXT] [restrictions N]\n"
     "       kestshare list                 name, path, rw, ro, na, restrictions and encryption, separated by tabs\n"
     "       kestshare recover              end what a killed process has left half done\n"
+    "       kestshare open NAME            mount an encrypted share; the passphrase is read from standard input\n"
+    "       kestshare open-stored          mount all whose keys are stored\n"
     "A LIST is names separated by \",\"; \"@NAME\" is a group.\n"
     "Exit status: 0 done, 1 refused (the reason is on standard error), 2 wrong usage.\n";
 
@@ -46,6 +48,10 @@ const char* WhyNot(int code) {
       return "not a name or a folder that a share may have";
     case 0x1600:
       return "somebody else is changing it";
+    case 0x2D00:
+      return "the passphrase does not fit";
+    case 0x3000:
+      return "this machine cannot do it";
     case 0x2900:
       return "no space left";
     default:
@@ -123,12 +129,53 @@ int Recover(char**, int) {
   return kDone;
 }
 
+int Open(const char* name, const char* passphrase) {
+  _tag_KEST_SHARE_ENC_ request = {};
+  snprintf(request.name, sizeof(request.name), "%s", name);
+  snprintf(request.pass, sizeof(request.pass), "%s", passphrase);
+  request.step = KEST_SHARE_ENC_START;
+  const int result = KESTShareEncryptionAction(3, &request);
+  explicit_bzero(&request, sizeof(request));
+  return result != 0 ? Refuse() : kDone;
+}
+
+int OpenOne(char** words, int count) {
+  char line[66] = "";
+  const ShareRecord share = count == 1 ? Load(words[0]) : nullptr;
+  if (count != 1) return WrongUsage();
+  if (share == nullptr) return Refuse();
+  // Anything else would begin to encrypt it.
+  if ((share->enc & 2) == 0) {
+    fputs("kestshare: the share is not encrypted\n", stderr);
+    return kRefused;
+  }
+  if (fgets(line, sizeof(line), stdin) == nullptr) return WrongUsage();
+  line[strcspn(line, "\n")] = '\0';
+  const int result = Open(words[0], line);
+  explicit_bzero(line, sizeof(line));
+  return result;
+}
+
+int OpenStored(char**, int) {
+  KESTSHAREDB* const walk = KESTShareDBOpen();
+  if (walk == nullptr) return Refuse();
+  KESTSHARE* slot = nullptr;
+  int result = kDone;
+  while (KESTShareDBCursorGet(walk, &slot) == 0) {
+    if ((slot->enc & 7) == 7 && Open(slot->name, "") != kDone) result = kRefused;
+  }
+  KESTShareDBClose(walk);
+  KESTShareFree(slot);
+  return result;
+}
+
 struct Command {
   const char* word;
   int (*run)(char** words, int count);
 };
 
-constexpr Command kCommands[] = {{"add", Add}, {"set", Set}, {"list", List}, {"recover", Recover}};
+constexpr Command kCommands[] = {{"add", Add},         {"set", Set},      {"list", List},
+                                 {"recover", Recover}, {"open", OpenOne}, {"open-stored", OpenStored}};
 
 }  // namespace
 

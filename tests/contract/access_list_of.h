@@ -4,6 +4,7 @@
 #include <stdint.h>
 #include <string.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -20,7 +21,7 @@ inline std::string AccessListOf(const std::string& path, const char* which = "ac
     memcpy(&tag, bytes + at, 2);
     memcpy(&rights, bytes + at + 2, 2);
     memcpy(&id, bytes + at + 4, 4);
-    const bool names_somebody = (tag == 2 && id != 33) || tag == 8;
+    const bool names_somebody = (tag == 2 && id != geteuid()) || tag == 8;
     if (!names_somebody) continue;
     text += std::string(text.empty() ? "" : " ") + (tag == 2 ? "u:" : "g:") + std::to_string(id) + ":" +
             ((rights & 4) != 0 ? "r" : "-") + ((rights & 2) != 0 ? "w" : "-") + ((rights & 1) != 0 ? "x" : "-");
