@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "mail_address.h"
 #include "name_text.h"
 // The library has no call that looks an account up, and does not tell whether a mail was sent: the platform's error
 // does.
@@ -26,7 +27,6 @@ namespace {
 constexpr char kEvent[] = "account_data";
 constexpr int kNoSuchObject = 0x0600;
 constexpr unsigned int kNameBytes = 492;
-constexpr unsigned int kAddressBytes = 254;
 // More is cut off by the library.
 constexpr unsigned int kPasswordBytes = 254;
 
@@ -39,18 +39,6 @@ using User = std::unique_ptr<KESTUSER, FreeUser>;
 User FindUser(const std::string& name) {
   KESTUSER* user = nullptr;
   return User(KESTUserGet(name.c_str(), &user) < 0 ? nullptr : user);
-}
-
-// Words joined by single dots (RFC 5322, dot-atom); nothing that a header could end or go on with.
-bool IsDotAtom(const std::string& text) {
-  static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!#$%&'*+-/=?^_`{|}~.";
-  return !text.empty() && text.find_first_not_of(kAlphabet) == std::string::npos && text.front() != '.' &&
-         text.back() != '.' && text.find("..") == std::string::npos;
-}
-
-bool IsAddress(const std::string& text) {
-  const size_t at = text.find('@');
-  return at != std::string::npos && IsDotAtom(text.substr(0, at)) && IsDotAtom(text.substr(at + 1));
 }
 
 class AccountMailForm : public site::SettingsForm {
@@ -66,7 +54,7 @@ class AccountMailForm : public site::SettingsForm {
   int Save() override {
     FormValidator form;
     form.AddTextField("user", kNameBytes, false);
-    form.AddTextField("recipient", kAddressBytes, false);
+    form.AddTextField("recipient", site::kAddressBytes, false);
     form.AddTextField("password", kPasswordBytes, true);
     if (!form.Validate(*this) || !CheckFurther()) return Fail(nullptr);
     const User user = FindUser(Value("user"));
@@ -78,8 +66,6 @@ class AccountMailForm : public site::SettingsForm {
   }
 
  private:
-  std::string Value(const char* field) { return request.In(field, ""); }
-
   // The password is not sent back.
   int Show(const std::string& name, const std::string& recipient) {
     Json::Value data;
@@ -96,7 +82,7 @@ class AccountMailForm : public site::SettingsForm {
   }
 
   bool CheckFurther() {
-    const bool address = IsAddress(Value("recipient"));
+    const bool address = site::IsMailAddress(Value("recipient"));
     const bool password = site::IsPlainText(Value("password"));
     if (!address) Refuse("recipient", "error_mail_address");
     if (!password) Refuse("password", "error_field_characters");

@@ -100,7 +100,6 @@ class BackupForm : public site::SettingsForm {
     return task;
   }
 
-  std::string Value(const char* field) { return request.In(field, ""); }
   int Number(const char* field) { return atoi(request.In(field, "")); }
 
   int Show(const std::string& name) {
@@ -136,16 +135,10 @@ class BackupForm : public site::SettingsForm {
 
   // What no rule of its own can say. Asked only when each field is right by itself.
   bool CheckFurther(const std::string& old, site::BackupTask& task) {
-    fine_ = true;
     task.kind = site::FindBackupKind(Value("kind"));
     if (old.empty()) Demand(site::IsTaskName(Value("name")), "name", "error_backup_name");
     ReadSchedule(task.schedule);
-    return fine_;
-  }
-
-  void Demand(bool right, const char* field, const char* key) {
-    if (!right) Refuse(field, key);
-    fine_ = fine_ && right;
+    return IsFine();
   }
 
   void ReadSchedule(site::BackupSchedule& schedule) {
@@ -162,8 +155,6 @@ class BackupForm : public site::SettingsForm {
     schedule.last_hour = Number("lasttime");
     Demand(schedule.last_hour >= schedule.hour, "lasttime", "error_backup_last_hour");
   }
-
-  bool fine_ = true;
 };
 
 }  // namespace

@@ -62,8 +62,21 @@ class SettingsForm : public ServerFormHandler {
     SetFieldInvalid(field, words.c_str());
   }
 
+  /// Refuses a field unless it is right.
+  void Demand(bool right, const char* field, const char* key) {
+    if (!right) Refuse(field, key);
+    fine_ = fine_ && right;
+  }
+
+  /// Whether everything demanded was right.
+  bool IsFine() const { return fine_; }
+
+  /// A field's text; "" when the request has none.
+  std::string Value(const char* field) { return request.In(field, ""); }
+
  private:
   bool answered_ = false;
+  bool fine_ = true;
 };
 
 }  // namespace site
