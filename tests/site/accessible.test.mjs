@@ -1,23 +1,9 @@
 // Every page in every state, on light and dark screens, against the rules of WCAG 2.2 level AA that a program can check.
-import assert from "node:assert/strict";
-import { readFile } from "node:fs/promises";
-import { createRequire } from "node:module";
 import { test } from "node:test";
 import { agents } from "../program/agents.mjs";
+import { assertAccessible } from "./axe.mjs";
 import { withSite } from "./harness.mjs";
 import { draftKept, openForm, openTaskForm } from "./person.mjs";
-
-const kRules = ["wcag2a", "wcag2aa", "wcag21aa", "wcag22aa", "best-practice"];
-const axe = await readFile(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
-
-// Behind an open question nothing is looked at, so fewer rules apply.
-async function assertAccessible(page, state, least = 20) {
-  await page.evaluate(axe);
-  const { violations, passes } = await page.evaluate((rules) => globalThis.axe.run(document, { runOnly: rules }), kRules);
-  const found = violations.flatMap(({ help, nodes }) => nodes.map(({ html, failureSummary }) => `${help}: ${html}\n${failureSummary}`));
-  assert.deepEqual(found, [], state);
-  assert.ok(passes.length > least, `${state}: only ${passes.length} rules looked at something`);
-}
 
 async function pagesOfAnOrdinaryAccount({ page, url, login }) {
   await page.goto(`${url}/login.html?reason=timeout`);

@@ -1,5 +1,7 @@
 // Looks into a running site from outside: its processes and the files it has left. Memory disks of the appliance are
 // seen only from inside, so files are reached through the root folder of one of its processes.
+import assert from "node:assert/strict";
+import { spawnSync } from "node:child_process";
 import { readdir, readFile, readlink } from "node:fs/promises";
 import path from "node:path";
 import { projectDir } from "./server.mjs";
@@ -36,6 +38,17 @@ export async function rootOf(server) {
   const web = (await processesOf(server)).find(({ name }) => name === "apache2");
   await readlink(`/proc/${web.pid}/root`);
   return `/proc/${web.pid}/root`;
+}
+
+/// Runs a program of the appliance in its tree, with the rights of its web server.
+export async function runInside(server, command, input = "") {
+  const web = (await processesOf(server)).find(({ name }) => name === "apache2");
+  const [own, others] = await Promise.all(["self", web.pid].map((pid) => readlink(`/proc/${pid}/ns/user`)));
+  const [id] = (await readFile(`/proc/${web.pid}/uid_map`, "utf8")).trim().split(/\s+/);
+  const user = own === others ? [] : ["--user", "--setuid", id, "--setgid", id];
+  const ended = spawnSync("nsenter", ["--target", String(web.pid), "--mount", ...user, "--", ...command], { input, encoding: "utf8" });
+  assert.equal(ended.status, 0, `${command.join(" ")}: ${ended.error ?? ended.stderr}`);
+  return ended.stdout;
 }
 
 // What SQLite keeps beside a database that is in use; a program that has taken on an account's id leaves it there.
