@@ -9,6 +9,7 @@ enum FailureCode {
   kDenied = 0x300,
   kNoSuchObject = 0x600,
   kTaken = 0x700,
+  kBadParameter = 0xD00,
   kBusy = 0x1600,
   kNoSpace = 0x2900,
   kWrongPassphrase = 0x2D00,

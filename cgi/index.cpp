@@ -46,6 +46,8 @@ constexpr Entry kNavigation[] = {
     {nullptr, "index", "/", "frame:nav_index", false},
     {"frame:group_system", "general", "/general.html", "frame:nav_general", true},
     {"frame:group_system", "charts", "/charts.html", "frame:nav_charts", false},
+    {"frame:group_people", "users", "/users.html", "frame:nav_users", true},
+    {"frame:group_people", "groups", "/groups.html", "frame:nav_groups", true},
     {"frame:group_people", "account_mail", "/account_mail.html", "frame:nav_account_mail", true},
     {"frame:group_storage", "volumes", "/volumes.html", "frame:nav_volumes", true},
     {"frame:group_storage", "shares", "/shares.html", "frame:nav_shares", true},

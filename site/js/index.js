@@ -8,8 +8,8 @@ setWords(at('account'), me.user);
 setText(at('role'), me.may.settings ? 'home:role_administrator' : 'home:role_account');
 setText(at('session'), 'home:session_left', { value: Math.round(me.seconds_left / 60) });
 
-for (const [right, allowed] of Object.entries(me.may)) {
-  const tile = at(`may-${right}`);
+for (const tile of document.querySelectorAll('[data-right]')) {
+  const allowed = me.may[tile.dataset.right];
   tile.classList.toggle('closed', !allowed);
   tile.querySelector('.badge').hidden = allowed;
 }

@@ -43,11 +43,11 @@ export class PagedList {
   }
 
   // Resolves once the page is seen, or another has been asked for. `more` goes along with this one question.
-  async show({ offset = this.#offset, prefix = this.#prefix } = {}, more = {}) {
+  async show({ offset = this.#offset, prefix } = {}, more = {}) {
     clearTimeout(this.#typing);
-    if (this.search.value !== prefix && document.activeElement !== this.search) this.search.value = prefix;
-    this.#prefix = prefix;
-    const page = await this.#newest.of(() => this.#ask({ offset, prefix, ...more }));
+    if (prefix !== undefined && this.search.value !== prefix) this.search.value = prefix;
+    this.#prefix = prefix ?? this.#prefix;
+    const page = await this.#newest.of(() => this.#ask({ offset, prefix: this.#prefix, ...more }));
     if (page === undefined) return;
     if (!page.data) return this.failed(page.reply);
     const shorter = shorterPage(page.data.offset, page.data.total);

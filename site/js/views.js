@@ -1,0 +1,34 @@
+// The parts of a page of which one is seen at a time, and the rows of its lists.
+import { make } from './elements.js';
+
+// Shows the section of that id and hides the others.
+export function showView(id) {
+  for (const section of document.querySelectorAll('main > section')) section.hidden = section.id !== id;
+}
+
+// A row's button. It is called by its own words and what the row is about, `named`.
+export function rowButton(id, words, named, act) {
+  const button = make('button', { type: 'button', class: 'quiet', id, 'data-text': words, 'aria-labelledby': `${id} ${named}` });
+  button.addEventListener('click', act);
+  return button;
+}
+
+// The name of a row, which opens what it stands for.
+export function nameButton(id, name, act) {
+  const button = make('button', { type: 'button', class: 'name', id }, name);
+  button.addEventListener('click', act);
+  return button;
+}
+
+// A row that is a check box with a name; act(checked) is called when it changes.
+export function checkRow(id, { name, descr, checked, disabled }, act) {
+  const box = make('input', { type: 'checkbox', id, ...(disabled && { disabled: '' }) });
+  box.checked = checked;
+  box.addEventListener('change', () => act(box.checked));
+  return make(
+    'tr',
+    {},
+    make('th', { scope: 'row' }, make('label', { for: id }, box, make('span', {}, name))),
+    make('td', { class: 'wide-only' }, descr),
+  );
+}
