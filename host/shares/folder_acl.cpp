@@ -13,6 +13,7 @@
 #include <string>
 
 #include "host/accounts/account_paths.h"
+#include "host/identity/one_id.h"
 #include "host/klib/error_code.h"
 #include "host/shares/open_folder.h"
 
@@ -176,9 +177,10 @@ int Failure(const char* path) {
   return -ErrorCodeOf(error);
 }
 
+// A file system without access lists, or a machine whose accounts have no ids that could stand in one.
 bool IsKept(const char* path) {
-  if (errno != ENOTSUP) return false;
-  syslog(LOG_WARNING, "%s keeps its mode: its file system has no access lists", path);
+  if (errno != ENOTSUP && (errno != EINVAL || !MapsOneId("/proc/self/uid_map"))) return false;
+  syslog(LOG_WARNING, "%s keeps its mode: it can have no access list here", path);
   return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "host/accounts/account_name.h"
 #include "host/accounts/fold_name.h"
 #include "host/database/database_error.h"
 #include "host/klib/error_code.h"
@@ -228,6 +229,8 @@ class ShareSave {
 }  // namespace
 
 int SaveShare(ShareDatabase& shares, const KestFoldersModule& folders, const KestShareChange& change) {
+  // Pages show them in documents that hold UTF-8 only.
+  if (!IsText(change.record->desc) || !IsText(change.record->path)) return -kErrorBadParameter;
   return Guarded([&] {
     ShareSave save(shares, folders, change);
     if (change.existing == nullptr) return save.Create();

@@ -101,6 +101,23 @@ TEST_F(ShareRecord, NamesThatNoShareMayHaveAreRefused) {
   EXPECT_EQ(0xD00, Code(Set("photo", renamed)));
 }
 
+TEST_F(ShareRecord, ADescriptionIsUtf8OfABoundedLength) {
+  ShareText share = Named("photo");
+  for (const std::string& text : {std::string("\xFF\xFE"), std::string("cut \xC3"), std::string(4097, 'x')}) {
+    share.desc = text;
+    EXPECT_EQ(0xD00, Code(Make(share)));
+  }
+  EXPECT_FALSE(std::filesystem::exists("/volume1/photo"));
+  share.desc = std::string(4096, 'x');
+  ASSERT_EQ(0, Make(share));
+  share.desc = "\xFF";
+  EXPECT_EQ(0xD00, Code(Set("photo", share)));
+  EXPECT_EQ(std::string(4096, 'x'), Get("photo").desc);
+  share = Named("other");
+  share.path = "/volume1/\xFF";
+  EXPECT_EQ(0xD00, Code(Make(share)));
+}
+
 TEST_F(ShareRecord, WhoIsInNoListOfTheMachineCannotBeNamed) {
   ShareText share = Named("photo");
   share.ro = "anna,nobody";
