@@ -16,6 +16,8 @@ int DatabaseFailure() {
     case SQLITE_CANTOPEN:
     case SQLITE_AUTH:
       return -kErrorDenied;
+    case SQLITE_BUSY:
+      return -kErrorBusy;
     default:
       return -kErrorSystem;
   }

@@ -1,6 +1,7 @@
 // The tool that makes and changes accounts on this platform: what it refuses, and with which exit status.
 #include <fstream>
 
+#include "platform/kestdir.h"
 #include "session_fixture.h"
 
 namespace {
@@ -31,6 +32,20 @@ TEST_F(AccountTool, WhatCannotBeDoneIsRefused) {
       {"applications", "anna", "mail"},
       {"applications", "anna", "file,,audio"},
       {"applications", "anna", "FILE"},
+      {"add", "root"},
+      {"add", "-x"},
+      {"groupadd", "users"},
+      {"groupadd", "Administrators"},
+      {"groupadd", ""},
+      {"groupadd", "a:b"},
+      {"groupadd", "clan", "\xff"},
+      {"groupdel", "users"},
+      {"groupdel", "administrators"},
+      {"groupdel", "clan"},
+      {"join", "anna", "users"},
+      {"join", "anna", "clan"},
+      {"join", "nobody", "administrators"},
+      {"leave", "nobody", "administrators"},
   };
   for (const auto& row : rows) EXPECT_EQ(kRefused, Account(row, "pw")) << row[0] << " " << row[1];
 }
@@ -52,6 +67,10 @@ TEST_F(AccountTool, WrongUsageIsToldApart) {
                                               {"passwd", "anna", "secret"},
                                               {"expire", "anna"},
                                               {"applications", "anna"},
+                                              {"load", "x"},
+                                              {"groupadd"},
+                                              {"join", "anna"},
+                                              {"groups", "x"},
                                               {"frob"}}) {
     EXPECT_EQ(kWrongUsage, Account(row, "pw"));
   }
@@ -66,6 +85,46 @@ TEST_F(AccountTool, ADamagedDatabaseIsNeitherReadNorReplaced) {
   }
   std::ifstream file(kAccounts, std::ios::binary);
   EXPECT_EQ(bytes, std::string(std::istreambuf_iterator<char>(file), {}));
+}
+
+TEST_F(AccountTool, GroupsAreMadeJoinedLeftAndRemoved) {
+  EXPECT_EQ(kDone, Account({"groupadd", "Family", "us'; --"}));
+  EXPECT_EQ(kRefused, Account({"groupadd", "FAMILY"}));
+  EXPECT_EQ(kDone, Account({"join", "ANNA", "family"}));
+  EXPECT_EQ(kDone, Account({"join", "anna", "family"})) << "who is in it stays in it";
+  EXPECT_EQ(kDone, Account({"join", "bernd", "family"}));
+  EXPECT_EQ(kDone, Account({"leave", "bernd", "FAMILY"}));
+  EXPECT_EQ(kDone, Account({"groups"}));
+  KESTGROUP* group = nullptr;
+  ASSERT_EQ(0, KESTGroupGet("family", &group));
+  EXPECT_STREQ("Family", group->name);
+  EXPECT_STREQ("anna", group->members[0]);
+  EXPECT_EQ(nullptr, group->members[1]);
+  char* text = nullptr;
+  EXPECT_EQ(0, KESTGroupDescGet("family", &text, nullptr));
+  EXPECT_STREQ("us'; --", text);
+  free(text);
+  EXPECT_EQ(kDone, Account({"groupdel", "family"}));
+  EXPECT_GT(0, KESTGroupGet("family", &group));
+  KESTGroupFree(group);
+}
+
+TEST_F(AccountTool, ManyAreLoadedTogetherOrNotAtAll) {
+  EXPECT_EQ(kDone, Account({"load"}, "dora\tworks here\tdora@example.org\nemil\n\xc3\x84nne\t\t"));
+  KESTUSER* user = nullptr;
+  ASSERT_EQ(0, KESTUserGet("dora", &user));
+  EXPECT_STREQ("works here", user->desc);
+  EXPECT_STREQ("dora@example.org", user->email);
+  EXPECT_STREQ("/var/services/homes/dora", user->home);
+  EXPECT_EQ(-1, Login(Client(), "dora", "").result) << "no password is no login";
+  const int before = KESTUserTotalNum(AUTH_TYPE_LOCAL);
+  for (const char* lines : {"fritz\nANNA", "fritz\n\nx", "fritz\nx\ty\tz\tmore", "fritz\na:b", "fritz\nx\ty\ta@b\xff",
+                            "fritz\nFRITZ", "fritz\nroot"}) {
+    EXPECT_EQ(kRefused, Account({"load"}, lines)) << lines;
+  }
+  EXPECT_EQ(before, KESTUserTotalNum(AUTH_TYPE_LOCAL));
+  EXPECT_GT(0, KESTUserGet("fritz", &user));
+  KESTUserFree(user);
 }
 
 }  // namespace

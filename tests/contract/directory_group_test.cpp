@@ -2,11 +2,13 @@
 #include <unistd.h>
 
 #include "directory_fixture.h"
+#include "full_disk.h"
 
 namespace {
 
 using Names = std::vector<std::string>;
 
+constexpr int kNoSpace = 0x2900;
 constexpr int kDenied = 0x300, kNoSuchObject = 0x600, kTaken = 0x700, kBadParameter = 0xd00;
 const char kHostile[] = "'); DROP TABLE groups; -- \" % _ \\ \xc3\xa4\xf0\x9f\x98\x80";
 
@@ -190,6 +192,23 @@ TEST_F(DirectoryGroup, ThousandsOfMembersAreLoadedAndSaved) {
   crowd.members.erase(crowd.members.begin() + 1499);
   ASSERT_EQ(0, crowd.Save("crowd"));
   EXPECT_EQ(crowd.members, Members("crowd"));
+}
+
+TEST_F(DirectoryGroup, OnAFullDiskNothingIsHalfDone) {
+  ASSERT_EQ(0, NewGroup("family", {"anna"}).Save());
+  {
+    const FullDisk full("/usr/kest/etc");
+    IsRefused(kNoSpace, NewGroup("clan", {"bernd", "clara"}).Save("family"));
+    IsRefused(kNoSpace, NewGroup("office").Save());
+    IsRefused(kNoSpace, NewAccount("dora").Save());
+    IsRefused(kNoSpace, NewAccount("zora").Save("anna"));
+    IsRefused(kNoSpace, KESTGroupDescSet("family", "us"));
+    EXPECT_EQ((Names{"anna"}), Members("family")) << "and it can still be read";
+    EXPECT_EQ((Names{"anna", "bernd", "Clara"}), AccountNames());
+  }
+  EXPECT_EQ("", Description("family"));
+  EXPECT_EQ(0, NewGroup("clan", {"bernd", "clara"}).Save("family"));
+  EXPECT_EQ((Names{"bernd", "Clara"}), Members("clan"));
 }
 
 }  // namespace
