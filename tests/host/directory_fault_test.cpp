@@ -98,8 +98,9 @@ std::string StateOf(const Folder& folder) {
   EXPECT_EQ("", Rows(*database, "PRAGMA foreign_key_check"));
   return Rows(*database, "SELECT name || ':' || description FROM accounts ORDER BY uid") + "| " +
          Rows(*database, "SELECT name FROM groups WHERE gid > 101 ORDER BY gid") + "| " +
-         Rows(*database, "SELECT g.name || '/' || a.name FROM members m JOIN groups g ON g.gid = m.gid"
-                         " JOIN accounts a ON a.uid = m.uid ORDER BY g.gid, a.uid");
+         Rows(*database,
+              "SELECT g.name || '/' || a.name FROM members m JOIN groups g ON g.gid = m.gid"
+              " JOIN accounts a ON a.uid = m.uid ORDER BY g.gid, a.uid");
 }
 
 constexpr char kBefore[] = "anna: bernd: clara: | family | family/anna family/bernd ";
@@ -115,7 +116,9 @@ constexpr Change kChanges[] = {
     {"RenamedAccount", "zora:x bernd: clara: | family | family/zora family/bernd ",
      [](Database& database) { return SaveAccount(database, "anna", "zora", "x"); }},
     {"NewGroup", "anna: bernd: clara: | family office | family/anna family/bernd office/anna office/clara ",
-     [](Database& database) { return SaveMembers(database, nullptr, "office", {"clara", "anna"}); }},
+     [](Database& database) {
+       return SaveMembers(database, nullptr, "office", {"clara", "anna"});
+     }},
     {"RenamedGroup", "anna: bernd: clara: | clan | clan/bernd clan/clara ",
      [](Database& database) {
        return SaveMembers(database, "family", "clan", {"bernd", "clara"});
@@ -265,7 +268,9 @@ TEST_F(DirectoryContest, TwoProcessesSaveTheSameAccountAndOneOfBothIsThere) {
 
 TEST_F(DirectoryContest, TwoProcessesSaveTheSameGroupAndItsMembersAreThoseOfOne) {
   EXPECT_TRUE(Race([](Database& database) { return SaveMembers(database, "family", "family", {"anna"}); },
-                   [](Database& database) { return SaveMembers(database, "family", "family", {"bernd", "clara"}); }));
+                   [](Database& database) {
+                     return SaveMembers(database, "family", "family", {"bernd", "clara"});
+                   }));
   const std::string state = StateOf(folder_);
   EXPECT_TRUE(state == "anna: bernd: clara: | family | family/anna " ||
               state == "anna: bernd: clara: | family | family/bernd family/clara ")
@@ -334,8 +339,8 @@ TEST_F(DirectoryContest, AListThatEndsForLackOfMemoryIsAFailure) {
   auto database = OpenDirectory(Path(folder_).c_str());
   const auto full = [](void* taken, const char*) { return ++*static_cast<int*>(taken) < 3; };
   int taken = 0;
-  EXPECT_EQ(-kErrorNoMemory, NamesByPrefix(*database, "SELECT name FROM accounts WHERE folded >= ?1 AND folded < ?2", "",
-                                           full, &taken));
+  EXPECT_EQ(-kErrorNoMemory,
+            NamesByPrefix(*database, "SELECT name FROM accounts WHERE folded >= ?1 AND folded < ?2", "", full, &taken));
   EXPECT_EQ(3, taken);
 }
 

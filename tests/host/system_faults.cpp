@@ -75,7 +75,9 @@ ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
 ssize_t __wrap_pwrite(int fd, const void* bytes, size_t count, off_t at) {
   return Strikes("pwrite") ? -1 : __real_pwrite(fd, bytes, count, at);
 }
-ssize_t __wrap_pwrite64(int fd, const void* bytes, size_t count, off_t at) { return __wrap_pwrite(fd, bytes, count, at); }
+ssize_t __wrap_pwrite64(int fd, const void* bytes, size_t count, off_t at) {
+  return __wrap_pwrite(fd, bytes, count, at);
+}
 int __wrap_fsync(int fd) { return Strikes("fsync") ? -1 : __real_fsync(fd); }
 int __wrap_fdatasync(int fd) { return Strikes("fsync") ? -1 : __real_fdatasync(fd); }
 int __wrap_rename(const char* from, const char* to) { return Strikes("rename") ? -1 : __real_rename(from, to); }
