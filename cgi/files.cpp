@@ -3,10 +3,12 @@
 //   GET                                     the shares that the account may open
 //       {"data": {"total", "items": [{"kind": "share", "link", "name", "change"}, ...]}, "success": true}
 //   GET path=/public[&start=0][&count=100]  a page of what is in a folder: folders first, then by name
-//       {"data": {"link", "total", "change", "fetch", "items": [{"kind", "link", "name", "size", "time"}, ...]}, ...}
+//       {"data": {"link", "total", "change", "fetch", "guarded",
+//                 "items": [{"kind", "link", "name", "size", "time"}, ...]}, ...}
 //
 // "link" is the path as it may stand in an address, whatever bytes it has; "name" is for people. "kind" is "folder",
-// "video", "audio", "image", "file", or "other" for what is not sent. "change" and "fetch" say what the share allows.
+// "video", "audio", "image", "file", or "other" for what is not sent. "change" and "fetch" say what the share allows,
+// "guarded" whether accounts have ids of their own, so that the kernel keeps their files apart.
 #include <dirent.h>
 #include <fcntl.h>
 #include <strings.h>
@@ -133,6 +135,7 @@ int ListFolder(Tarvel& request, const std::string& path) {
   data["total"] = Json::UInt64(entries.size());
   data["change"] = folder.may_change;
   data["fetch"] = folder.may_fetch;
+  data["guarded"] = folder.is_guarded;
   data["items"] = Json::Value(Json::arrayValue);
   for (auto entry = first; entry != last; ++entry) {
     struct stat info;

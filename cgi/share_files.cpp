@@ -93,12 +93,14 @@ const FileRefusal* FindFile(Tarvel& request, const std::string& path, Use use, F
   std::string full, share, folder;
   if (files.WfmFullPathGet(path.c_str(), full, share, out.volume, folder, user) != 1) return &kMissing;
   // No account may read the lists of accounts and shares: all that they tell has been asked by now.
+  const uid_t before = geteuid();
   if (files.WfmLibUGIDSet(request.GetSessionID(), user.c_str()) != 0) return &kNoIdentity;
   // The check looks at names, so what was checked may have changed since: it is the walk that decides what is held, and
   // it tells better why there is nothing.
   const bool is_safe = files.WfmCheckPath(full.c_str()) == 0;
   if (const int error = Walk(full, out)) return &RefusalOf(error);
   if (!is_safe) return &kNoFile;
+  out.is_guarded = geteuid() != before;
   out.may_fetch = CheckUse(right, Use::kFetch) == nullptr;
   out.may_change = CheckUse(right, Use::kChange) == nullptr;
   return nullptr;

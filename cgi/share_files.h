@@ -28,6 +28,7 @@ struct FoundFile {
   struct stat info = {};
   bool may_fetch = false;   // by the rules of the share
   bool may_change = false;  // by the rules of the share
+  bool is_guarded = false;  // the process has an id of the account's own, so the kernel judges, too
 
   /// The kernel's own name for it, as long as it is held: what is opened through it is what was looked at.
   std::string Self() const { return "/proc/self/fd/" + std::to_string(place.get()); }

@@ -104,9 +104,10 @@ async function nameFolder(link) {
 }
 
 // What may be done here: by the rules of the share, which the program asks once more with each request.
-function showTools(link, { change, fetch }, listed) {
+function showTools(link, { change, fetch, guarded }, listed) {
   at('tools').hidden = !change;
   at('only-reading').hidden = !(listed && link && !change);
+  at('not-guarded').hidden = guarded !== false;
   at('whole').hidden = !(listed && link && fetch);
   at('archive').href = archiveOf(link);
   if (!change) closeForm();

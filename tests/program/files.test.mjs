@@ -3,7 +3,9 @@ import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
 import { chmodSync, mkdirSync, rmdirSync, symlinkSync, utimesSync, writeFileSync } from "node:fs";
 import { before, test } from "node:test";
-import { assertRefused, assertSessionRefused, keepSettings, login, makeAccount, makeAccounts, makeShare, put, run, writeSetting } from "./program.mjs";
+import {
+  assertRefused, assertSessionRefused, keepOneId, keepSettings, kWithOneId, login, makeAccount, makeAccounts, makeShare, put, run, start, writeSetting,
+} from "./program.mjs";
 
 const kWork = "/work";
 let cookie;
@@ -192,6 +194,40 @@ test("The tree has the folders of a folder, by name as people read it, and pages
   assert.equal(run("folders", { query: `path=${items[4].link}`, cookie }).json.data.total, 0);
   assert.deepEqual(namesOf(tree(folder, { start: 2, count: 2 })), ["Beta", "gamma"]);
   assertRefused(tree(folder, { count: "x" }), "error", "error_bad_request", 400);
+});
+
+test("Folders a thousand levels deep are listed, made and filled, up to the longest path", () => {
+  const deep = `${kWork}${"/d".repeat(1000)}`;
+  mkdirSync(onDisk(deep), { recursive: true });
+  assert.equal(list(deep).json.data.total, 0);
+  assert.deepEqual(namesOf(tree(deep.slice(0, -2))), ["d"]);
+  put(deep, "at the bottom", "x", cookie);
+  assert.deepEqual(namesOf(list(deep)), ["at the bottom"]);
+  assertRefused(list(`${kWork}${"/d".repeat(2100)}`), "files", "error_missing", 404);
+});
+
+test("Below a folder that may not be read nothing is found, and beside it everything", () => {
+  mkdirSync(onDisk(`${kWork}/middle/shut/inside`), { recursive: true });
+  chmodSync(onDisk(`${kWork}/middle/shut`), 0);
+  try {
+    assertRefused(list(`${kWork}/middle/shut/inside`), "files", "error_not_yours", 403);
+    assert.deepEqual(namesOf(list(`${kWork}/middle`)), ["shut"]);
+    assert.deepEqual(namesOf(tree(`${kWork}/middle`)), ["shut"]);
+  } finally {
+    chmodSync(onDisk(`${kWork}/middle/shut`), 0o700);
+  }
+});
+
+test("Where accounts have no ids of their own that is said, and the lists of the shares still count", async (t) => {
+  keepSettings(t);
+  assert.equal(list(kWork).json.data.guarded, true);
+  keepOneId();
+  const alone = async (path) => (await start("files", { query: { path }, cookie, through: kWithOneId }).reply).json;
+  const { data } = await alone(kWork);
+  assert.deepEqual([data.guarded, data.change], [false, true]);
+  assert.equal((await alone("/office")).errno.key, "error_not_yours");
+  // Outside of such a machine the setting alone opens nothing.
+  assert.notEqual(list(kWork).json.data?.guarded, false);
 });
 
 test("Only somebody who is logged in sees anything", () => {
