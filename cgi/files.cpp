@@ -7,7 +7,7 @@
 //                 "items": [{"kind", "link", "name", "size", "time"}, ...]}, ...}
 //
 // "link" is the path as it may stand in an address, whatever bytes it has; "name" is for people. "kind" is "folder",
-// "video", "audio", "image", "file", or "other" for what is not sent. "change" and "fetch" say what the share allows,
+// "video", "audio", "image", "file", or "other" for what is not sent. "change" and "fetch" say what may be done,
 // "guarded" whether accounts have ids of their own, so that the kernel keeps their files apart.
 #include <dirent.h>
 #include <fcntl.h>
@@ -133,7 +133,7 @@ int ListFolder(Tarvel& request, const std::string& path) {
   Json::Value data;
   data["link"] = WebUtils::EncodeURL(path.c_str());
   data["total"] = Json::UInt64(entries.size());
-  data["change"] = folder.may_change;
+  data["change"] = folder.may_change && site::MayMakeFiles(folder);
   data["fetch"] = folder.may_fetch;
   data["guarded"] = folder.is_guarded;
   data["items"] = Json::Value(Json::arrayValue);

@@ -58,8 +58,6 @@ int CopyInto(const FoundFile& folder, const char* name, int from) {
 
 }  // namespace
 
-bool MayMakeFiles(const FoundFile& folder) { return faccessat(folder.place.get(), ".", W_OK | X_OK, AT_EACCESS) == 0; }
-
 std::string StagingFolder(const FoundFile& folder) {
   const std::string path = folder.volume + "/@tmp";
   return faccessat(AT_FDCWD, path.c_str(), W_OK | X_OK, AT_EACCESS) == 0 ? path : "";

@@ -8,9 +8,6 @@
 
 namespace site {
 
-/// Whether the process may make files in a folder, as far as can be told before; errno says why not.
-bool MayMakeFiles(const FoundFile& folder);
-
 /// Where on the folder's volume uploads are staged; "" when the volume has no such place for the account.
 std::string StagingFolder(const FoundFile& folder);
 

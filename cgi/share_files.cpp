@@ -113,4 +113,6 @@ FILE* OpenFile(const FoundFile& file) {
   return stream;
 }
 
+bool MayMakeFiles(const FoundFile& folder) { return faccessat(folder.place.get(), ".", W_OK | X_OK, AT_EACCESS) == 0; }
+
 }  // namespace site

@@ -48,6 +48,9 @@ const FileRefusal* FindFile(Tarvel& request, const std::string& path, Use use, F
 /// @return null, and errno, when it cannot be opened
 FILE* OpenFile(const FoundFile& file);
 
+/// Whether the kernel lets the process make files in a folder, as far as can be told before; errno says why not.
+bool MayMakeFiles(const FoundFile& folder);
+
 }  // namespace site
 
 #endif  // CGI_SHARE_FILES_H

@@ -107,6 +107,7 @@ async function nameFolder(link) {
 function showTools(link, { change, fetch, guarded }, listed) {
   at('tools').hidden = !change;
   at('only-reading').hidden = !(listed && link && !change);
+  at('no-fetching').hidden = !(listed && link && !fetch);
   at('not-guarded').hidden = guarded !== false;
   at('whole').hidden = !(listed && link && fetch);
   at('archive').href = archiveOf(link);

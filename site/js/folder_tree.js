@@ -15,13 +15,13 @@ export const dressName = (element, link) => {
 };
 
 function itemFor({ link, name }) {
-  const opener = make('button', { type: 'button', class: 'opener', 'aria-expanded': 'false' }, make('span', { class: 'unseen', 'data-text': 'files:open', 'data-value': name }));
+  const opener = make('button', { type: 'button', class: 'unfold', 'aria-expanded': 'false' }, make('span', { class: 'unseen', 'data-text': 'files:open', 'data-value': name }));
   const item = make('li', { 'data-link': link }, make('div', {}, opener, dressName(make('a', { href: `#${link}` }, name), link)));
   opener.addEventListener('click', () => (opener.getAttribute('aria-expanded') === 'true' ? close(item) : open(item)));
   return item;
 }
 
-const openerOf = (item) => item.querySelector(':scope > div > .opener');
+const openerOf = (item) => item.querySelector(':scope > div > .unfold');
 
 function close(item) {
   openerOf(item).setAttribute('aria-expanded', 'false');

@@ -177,6 +177,9 @@ test("A folder says what may be done in it", () => {
   assert.deepEqual(may("/fixed"), [false, true]);
   assert.deepEqual(may("/looked"), [true, false]);
   assert.deepEqual(may("/home"), [true, true]);
+  mkdirSync(onDisk(`${kWork}/kept`), 0o555);
+  chmodSync(onDisk(`${kWork}/kept`), 0o555);
+  assert.deepEqual(may(`${kWork}/kept`), [false, true], "where the kernel forbids it, too");
 });
 
 test("The tree has the folders of a folder, by name as people read it, and pages of them", () => {

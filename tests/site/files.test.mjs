@@ -217,10 +217,16 @@ test("A person makes a folder, sends files into it and is told what went wrong",
     await page.click("#uploads-clear");
     assert.equal(await page.isVisible("#uploads"), false);
 
+    await page.click("#tree a:text-is('My own folder')");
+    await shows(page, "My own folder");
+    await page.setInputFiles("#chosen", [text("mine.txt", "mine")]);
+    await uploadsOver(page, "Uploaded: 1 / 1");
+    assert.equal(await readFile(`${state}/volume1/homes/anna/mine.txt`, "utf8"), "mine");
+
     await openFiles(site, "/photo");
     assert.equal(await page.isVisible("#tools"), false);
     assert.equal(await page.isVisible("#only-reading"), true);
-    assert.equal(await textOf(page, "#only-reading"), "You may look at this folder and download from it, but not change it.");
+    assert.equal(await textOf(page, "#only-reading"), "You may look at this folder, but not change it.");
     await shot("only-reading");
   }));
 
@@ -269,7 +275,7 @@ test("The tree opens level by level, by keyboard, and follows the folder that is
     await openFiles(site);
     await page.waitForSelector("#tree li");
     assert.deepEqual(asked, [], "nothing below the shares is asked for before somebody opens it");
-    const opener = (link) => `#tree li[data-link="${link}"] > div > .opener`;
+    const opener = (link) => `#tree li[data-link="${link}"] > div > .unfold`;
     await tabTo(page, opener("%2Fpublic"));
     await page.keyboard.press("Enter");
     await page.waitForSelector(`#tree li[data-link="%2Fpublic%2Fa"]`);
