@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
 import { once } from "node:events";
-import { rm } from "node:fs/promises";
+import { readFile, rm, stat } from "node:fs/promises";
 import net from "node:net";
 import { tmpdir } from "node:os";
 import path from "node:path";
@@ -39,6 +39,26 @@ test("Ctrl-C ends the site and every process of it", async () => {
   assert.ok(await comesTrue(() => !processes.some(({ pid }) => isAlive(pid))), "a process is left");
   await assert.rejects(fetch(server.url));
   await server.removeState();
+});
+
+test("Each home of the demonstration is its account's alone, or the log says that there is one id", async () => {
+  const server = await Server.start("launcher-homes");
+  try {
+    if (process.getuid() !== 0) {
+      assert.match(await readFile(path.join(server.state, "var/log/messages"), "utf8"), /serve: there is one id on this machine/);
+      return;
+    }
+    const homes = await Promise.all(["anna", "bernd"].map((name) => stat(path.join(server.state, "volume1/homes", name))));
+    for (const { uid, gid, mode } of homes) {
+      assert.ok(uid >= 1024, `uid ${uid}`);
+      assert.equal(gid, 100);
+      assert.equal(mode & 0o707, 0o700);
+    }
+    assert.notEqual(homes[0].uid, homes[1].uid);
+  } finally {
+    await server.stop();
+    await server.removeState();
+  }
 });
 
 test("The launcher killed outright takes the site with it", async () => {
