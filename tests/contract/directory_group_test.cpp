@@ -196,12 +196,17 @@ TEST_F(DirectoryGroup, ThousandsOfMembersAreLoadedAndSaved) {
 
 TEST_F(DirectoryGroup, OnAFullDiskNothingIsHalfDone) {
   ASSERT_EQ(0, NewGroup("family", {"anna"}).Save());
+  std::filesystem::create_directories("/var/services/homes/anna/letters");
   {
     const FullDisk full("/usr/kest/etc");
     IsRefused(kNoSpace, NewGroup("clan", {"bernd", "clara"}).Save("family"));
     IsRefused(kNoSpace, NewGroup("office").Save());
     IsRefused(kNoSpace, NewAccount("dora").Save());
-    IsRefused(kNoSpace, NewAccount("zora").Save("anna"));
+    NewAccount renamed("zora");
+    renamed.home = "/var/services/homes/anna";
+    IsRefused(kNoSpace, renamed.Save("anna"));
+    EXPECT_TRUE(std::filesystem::exists("/var/services/homes/anna/letters")) << "the home is back";
+    EXPECT_FALSE(std::filesystem::exists("/var/services/homes/zora"));
     IsRefused(kNoSpace, KESTGroupDescSet("family", "us"));
     EXPECT_EQ((Names{"anna"}), Members("family")) << "and it can still be read";
     EXPECT_EQ((Names{"anna", "bernd", "Clara"}), AccountNames());

@@ -48,7 +48,7 @@ extern "C" {
 int __real_open(const char* path, int flags, ...);
 int __real_mkostemp(char* name, int flags);
 ssize_t __real_write(int fd, const void* bytes, size_t count);
-ssize_t __real_pwrite(int fd, const void* bytes, size_t count, off_t at);
+ssize_t __real_pwrite64(int fd, const void* bytes, size_t count, off64_t at);
 int __real_fsync(int fd);
 int __real_fdatasync(int fd);
 int __real_rename(const char* from, const char* to);
@@ -72,11 +72,9 @@ int __wrap_mkostemp64(char* name, int flags) { return __wrap_mkostemp(name, flag
 ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
   return Strikes("write") ? -1 : __real_write(fd, bytes, count);
 }
-ssize_t __wrap_pwrite(int fd, const void* bytes, size_t count, off_t at) {
-  return Strikes("pwrite") ? -1 : __real_pwrite(fd, bytes, count, at);
-}
-ssize_t __wrap_pwrite64(int fd, const void* bytes, size_t count, off_t at) {
-  return __wrap_pwrite(fd, bytes, count, at);
+// SQLite names the one with 64-bit offsets.
+ssize_t __wrap_pwrite64(int fd, const void* bytes, size_t count, off64_t at) {
+  return Strikes("pwrite") ? -1 : __real_pwrite64(fd, bytes, count, at);
 }
 int __wrap_fsync(int fd) { return Strikes("fsync") ? -1 : __real_fsync(fd); }
 int __wrap_fdatasync(int fd) { return Strikes("fsync") ? -1 : __real_fdatasync(fd); }
