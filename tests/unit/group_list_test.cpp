@@ -273,6 +273,22 @@ TEST_F(GroupListTest, LackOfMemoryPassesAndLeaksNothing) {
               Json::Value out;
               SDK::Group::EnumGroups(0, -1, AUTH_TYPE_LOCAL, "a", "anna", out);
             }));
+  KESTGROUP* walked = GroupRecord(record->name);
+  const auto cursor = reinterpret_cast<KESTGROUPDB*>(walked);
+  int left = 0;
+  EXPECT_CALL(dir(), KESTGroupDBOpen()).WillRepeatedly([&] {
+    left = 2;
+    return cursor;
+  });
+  EXPECT_CALL(dir(), KESTGroupDBGetByCursor(cursor, _, _, 0))
+      .WillRepeatedly([&](KESTGROUPDB*, KESTGROUP** slot, AUTH_TYPE, int) {
+        *slot = walked;
+        return left-- > 0 ? 0 : 1;
+      });
+  EXPECT_LT(20, FailuresUntilItSucceeds([] {
+              Json::Value out;
+              SDK::Group::EnumGroups(0, -1, AUTH_TYPE_LOCAL, nullptr, "anna", out);
+            }));
 }
 
 }  // namespace
