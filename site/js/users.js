@@ -127,4 +127,5 @@ at('new').addEventListener('click', () => open(''));
 await enterPage();
 whenLanguageChanges(() => Promise.all([list.show(), at('joining').hidden || groups.list.show()]));
 if (nameInAddress()) await showAmongAll(nameInAddress());
-else await list.show();
+// Nobody of that name: that has been said, and here is everybody.
+if (!list.items) await list.show();

@@ -125,6 +125,10 @@ test("A search shows what begins so while somebody types, and where the first on
     await page.goto(`${site.url}/general.html`);
     await page.goto(`${site.url}/users.html#person060`);
     await page.waitForFunction(() => document.activeElement.textContent === "person060");
+    await page.goto(`${site.url}/general.html`);
+    await page.goto(`${site.url}/users.html#nobody`);
+    await positionIs(page, "list", "1\u201350 / 123");
+    assert.equal(await page.textContent("#notice"), "There is no such account.");
   }));
 
 test("An answer that comes late is not shown", () =>
