@@ -11,9 +11,8 @@
 // The group "users" holds everybody and stays as it is.
 #include <string>
 
-#include "directory.h"
+#include "directory_form.h"
 #include "name_text.h"
-#include "settings_form.h"
 
 namespace {
 
@@ -22,7 +21,7 @@ constexpr site::SaveFailures kFailures = {"error_name_taken", "error_directory_n
 
 std::string VersionOf(const SDK::Group& group) { return site::VersionOf({group.GetName(), group.GetDesc()}); }
 
-class GroupForm : public site::SettingsForm {
+class GroupForm : public site::DirectoryForm {
  public:
   int Load() override {
     const std::string name = Value("group");
@@ -44,7 +43,7 @@ class GroupForm : public site::SettingsForm {
     if (group->GetName() == site::kEverybody) return Fail("error_group_everybody");
     if (!stored.empty() && VersionOf(*group) != Value("version")) return Fail("error_group_changed");
     if (!Fill(*group)) return Fail(nullptr);
-    return group->Save() ? Tell() : FailToSave();
+    return group->Save() ? Tell() : FailToSave(kFailures);
   }
 
  private:
@@ -69,14 +68,6 @@ class GroupForm : public site::SettingsForm {
     group.SetName(name);
     group.SetDesc(Value("description"));
     return IsFine();
-  }
-
-  // Beside the name what the platform says of the name.
-  int FailToSave() {
-    const std::string key = site::WhyNotSaved(kFailures);
-    if (key != kFailures.taken && key != kFailures.name) return Fail(key.c_str());
-    Refuse("name", key.c_str());
-    return Fail(nullptr);
   }
 
   // The library does not tell whether the description was stored: the group as it is now does.

@@ -18,12 +18,11 @@
 #include <string>
 #include <vector>
 
-#include "directory.h"
+#include "directory_form.h"
 #include "mail_address.h"
 #include "name_text.h"
 // The library counts no characters.
 #include "platform/klib.h"
-#include "settings_form.h"
 
 namespace {
 
@@ -59,7 +58,7 @@ const char* StateOf(const SDK::User& user) {
   return user.GetExpire() <= kDisabled ? "disabled" : "until";
 }
 
-class UserForm : public site::SettingsForm {
+class UserForm : public site::DirectoryForm {
  public:
   int Load() override {
     const std::string name = Value("user");
@@ -116,7 +115,7 @@ class UserForm : public site::SettingsForm {
     if (user == nullptr) return FailToLoad();
     if (!stored.empty() && VersionOf(*user) != Value("version")) return Fail("error_account_changed");
     if (!Fill(*user)) return Fail(nullptr);
-    return user->Save() ? Tell() : FailToSave();
+    return user->Save() ? Tell() : FailToSave(kFailures);
   }
 
   bool IsEachFieldRight() {
@@ -195,14 +194,6 @@ class UserForm : public site::SettingsForm {
     Demand(!site::IsSameName(password, user.GetName()), "password", "error_password_name");
     Demand(password == Value("password_again"), "password_again", "error_passwords_differ");
     user.SetPasswd(password);
-  }
-
-  // Beside the name what the platform says of the name.
-  int FailToSave() {
-    const std::string key = site::WhyNotSaved(kFailures);
-    if (key != kFailures.taken && key != kFailures.name) return Fail(key.c_str());
-    Refuse("name", key.c_str());
-    return Fail(nullptr);
   }
 
   // The account as it is stored now, and its password on the way to the user.

@@ -4,8 +4,8 @@ import { showRefusal } from './form.js';
 import { Marks } from './marks.js';
 import { hideNotice, showNotice } from './notice.js';
 import { PagedList } from './paged_list.js';
-import { setText, setWords } from './texts.js';
-import { checkRow, showView } from './views.js';
+import { setText } from './texts.js';
+import { checkRow, showUnsaved, showView } from './views.js';
 
 const at = (id) => document.getElementById(id);
 
@@ -56,10 +56,8 @@ export class GroupMembers {
     });
   }
 
-  async #showCount() {
-    at('members-save').disabled = this.#marks.count === 0;
-    if (this.#marks.count === 0) setWords(at('members-count'), '');
-    else await setText(at('members-count'), 'groups:unsaved', { value: this.#marks.count });
+  #showCount() {
+    return showUnsaved(this.#marks, at('members-save'), at('members-count'));
   }
 
   // All of them or none.

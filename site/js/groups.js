@@ -7,7 +7,7 @@ import { hideNotice, showNotice } from './notice.js';
 import { PagedList } from './paged_list.js';
 import { enterPage } from './shell.js';
 import { setText, whenLanguageChanges } from './texts.js';
-import { nameButton, rowButton, showView } from './views.js';
+import { focusRow, nameButton, rowButton, showView } from './views.js';
 
 const kEverybody = 'users';
 
@@ -37,11 +37,7 @@ const list = new PagedList(at('list'), {
   failed: (reply) => showRefusal(undefined, reply),
 });
 
-function focusOn(name) {
-  const row = [...list.rows.children].find(({ dataset }) => dataset.name === name);
-  row?.classList.add('found');
-  (row?.querySelector('button') ?? at('new')).focus();
-}
+const focusOn = (name) => focusRow(list, name, at('new'));
 
 function backTo(name) {
   hideNotice();

@@ -4,8 +4,8 @@ import { showRefusal } from './form.js';
 import { Marks } from './marks.js';
 import { hideNotice, showNotice } from './notice.js';
 import { PagedList } from './paged_list.js';
-import { setText, setWords } from './texts.js';
-import { checkRow, showView } from './views.js';
+import { setText } from './texts.js';
+import { checkRow, showUnsaved, showView } from './views.js';
 
 const kEverybody = 'users';
 const at = (id) => document.getElementById(id);
@@ -45,10 +45,8 @@ export class UserGroups {
     });
   }
 
-  async #showCount() {
-    at('join-save').disabled = this.#marks.count === 0;
-    if (this.#marks.count === 0) setWords(at('join-count'), '');
-    else await setText(at('join-count'), 'groups:unsaved', { value: this.#marks.count });
+  #showCount() {
+    return showUnsaved(this.#marks, at('join-save'), at('join-count'));
   }
 
   // Group by group; one that fails stays marked, and the others are done.

@@ -9,7 +9,7 @@ import { enterPage } from './shell.js';
 import { currentLanguage, whenLanguageChanges } from './texts.js';
 import { UserForm } from './user_form.js';
 import { UserGroups } from './user_groups.js';
-import { nameButton, rowButton, showView } from './views.js';
+import { focusRow, nameButton, rowButton, showView } from './views.js';
 
 // What the library tells of a state; anything else is the day of the expiry.
 const kStates = {
@@ -56,19 +56,13 @@ const list = new PagedList(at('list'), {
   failed: (reply) => showRefusal(undefined, reply),
 });
 
-const rowNamed = (name) => [...list.rows.children].find(({ dataset }) => dataset.name === name);
-
 // The page of all users that shows this one, and the focus on it.
 async function showAmongAll(name) {
   await list.show({ prefix: '', offset: 0 }, { at: name });
   focusOn(name);
 }
 
-function focusOn(name) {
-  const row = rowNamed(name);
-  row?.classList.add('found');
-  (row?.querySelector('button') ?? at('new')).focus();
-}
+const focusOn = (name) => focusRow(list, name, at('new'));
 
 function backTo(name) {
   hideNotice();

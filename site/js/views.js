@@ -1,5 +1,6 @@
 // The parts of a page of which one is seen at a time, and the rows of its lists.
 import { make } from './elements.js';
+import { setText, setWords } from './texts.js';
 
 // Shows the section of that id and hides the others.
 export function showView(id) {
@@ -11,6 +12,20 @@ export function rowButton(id, words, named, act) {
   const button = make('button', { type: 'button', class: 'quiet', id, 'data-text': words, 'aria-labelledby': `${id} ${named}` });
   button.addEventListener('click', act);
   return button;
+}
+
+// The row of that name has the focus, or, when the page of the list does not show it, another element.
+export function focusRow(list, name, otherwise) {
+  const row = [...list.rows.children].find(({ dataset }) => dataset.name === name);
+  row?.classList.add('found');
+  (row?.querySelector('button') ?? otherwise).focus();
+}
+
+// How many marks are not saved yet, beside the button that saves them.
+export async function showUnsaved(marks, button, place) {
+  button.disabled = marks.count === 0;
+  if (marks.count === 0) setWords(place, '');
+  else await setText(place, 'groups:unsaved', { value: marks.count });
 }
 
 // The name of a row, which opens what it stands for.
