@@ -7,7 +7,7 @@
 //                                    "encryption" is "none", "manual", "auto" or "fixed"; without "has_lists" nobody's
 //                                    access can be set
 //   POST action=apply&change=create&name=...&volume=ID&encryption=none|manual|auto&passphrase=...&again=...&FIELDS
-//   POST action=apply&change=save&share=NAME&FIELDS
+//   POST action=apply&change=save&share=NAME&version=...&FIELDS
 //   POST action=apply&change=rename&share=NAME&new_name=...
 //   POST action=apply&change=encrypt&share=NAME&encryption=none|manual|auto&passphrase=...&again=...
 //
@@ -22,6 +22,7 @@
 
 #include <string>
 
+#include "directory.h"
 #include "name_text.h"
 #include "platform/klib.h"
 #include "settings_form.h"
@@ -44,6 +45,14 @@ constexpr int kEncrypted = 2;
 
 const char* Switch(bool is_on) { return is_on ? "on" : "off"; }
 
+std::string VersionOf(const site::StoredShare& stored) {
+  std::string lists;
+  for (const std::vector<std::string>& names : stored.names) lists += WebUtils::StringImplode(names, ",") + "\n";
+  const SDK::Share& share = *stored.share;
+  return site::VersionOf(
+      {share.GetDesc(), lists, Switch(share.GetBrowseable()), std::to_string(share.GetFTPPrivilege())});
+}
+
 Json::Value Described(const site::StoredShare& stored) {
   const SDK::Share& share = *stored.share;
   char volume[kVolumeBytes] = "";
@@ -60,6 +69,7 @@ Json::Value Described(const site::StoredShare& stored) {
     for (const std::string& name : stored.names[i]) names.append(site::AsUtf8(name));
   }
   data["encryption"] = site::EncryptionWord(share.GetStatus());
+  data["version"] = VersionOf(stored);
   data["has_lists"] = SDK::Share::IsSharePermissionSetable(share.GetName());
   return data;
 }
@@ -79,11 +89,14 @@ class ShareForm : public site::SettingsForm {
  protected:
   int Save() override {
     const std::string change = Value("change");
+    // A full folder takes long to encrypt, and nobody else waits for that.
+    if (change == "encrypt") return LoadStored() ? Encrypt() : Fail(site::WhyNotLoaded());
+    const site::DirectoryTurn turn;
+    if (!turn.IsOpen()) return Fail("error_share_not_saved");
     if (change == "create") return Create();
     if (!LoadStored()) return Fail(site::WhyNotLoaded());
     if (change == "save") return Change();
-    if (change == "rename") return Rename();
-    return change == "encrypt" ? Encrypt() : Fail("error_unknown_action");
+    return change == "rename" ? Rename() : Fail("error_unknown_action");
   }
 
  private:
@@ -121,6 +134,7 @@ class ShareForm : public site::SettingsForm {
   }
 
   int Change() {
+    if (VersionOf(stored_) != Value("version")) return Fail("error_share_changed");
     if (!AreFieldsRight() || !Fill()) return Fail(nullptr);
     return SaveShare() ? SucceedWith(stored_.share->GetName(), nullptr) : Fail(site::WhyNotSaved());
   }

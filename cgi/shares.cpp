@@ -8,11 +8,10 @@
 // tells that there are as many shares as there may be.
 #include <tarvel/share.h>
 
-#include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <string>
 
+#include "directory.h"
 #include "name_text.h"
 #include "reply.h"
 #include "share_lists.h"
@@ -22,7 +21,6 @@
 namespace {
 
 constexpr int kVolumeBytes = 512;
-constexpr Json::ArrayIndex kRows = 50;
 // All that there are: also those on external disks and those of services.
 constexpr auto kEveryShare =
     static_cast<KEST_SHARE_ENUM>(KEST_SHARE_ENUM_COUNTED | KEST_SHARE_ENUM_EXTERNAL | KEST_SHARE_ENUM_SERVICE);
@@ -42,7 +40,7 @@ class VolumeLabels {
 Json::Value PageOf(const Json::Value& items, Json::ArrayIndex offset) {
   Json::Value page(Json::arrayValue);
   VolumeLabels labels;
-  for (Json::ArrayIndex i = offset; i < items.size() && i - offset < kRows; ++i) {
+  for (Json::ArrayIndex i = offset; i < items.size() && i - offset < site::kRows; ++i) {
     Json::Value item = items[i];
     const std::string name = item["name"].asString();
     const site::Share share(SDK::Share::LoadShare(name));
@@ -69,7 +67,7 @@ int main() {
   Json::Value data;
   data["total"] = found["total"];
   data["full"] = SDK::Share::IsReachMaxShareCount();
-  const int offset = std::max(std::atoi(request.In("offset", "0")), 0);
+  const int offset = site::OffsetOf(request);
   data["offset"] = offset;
   data["items"] = PageOf(found["items"], static_cast<Json::ArrayIndex>(offset));
   return site::Succeed(request, data);

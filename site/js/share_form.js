@@ -10,7 +10,7 @@ import { setText, setWords, translate } from './texts.js';
 const kMostCharacters = 64;
 const kLists = ['rw', 'ro', 'na'];
 const kNewShare = {
-  share: '', name: '', desc: '', path: '', hidden: 'off', disable_list: 'off', disable_modify: 'off', disable_download: 'off',
+  share: '', version: '', name: '', desc: '', path: '', hidden: 'off', disable_list: 'off', disable_modify: 'off', disable_download: 'off',
   rw: [], ro: [], na: [], encryption: 'none', has_lists: true,
 };
 
@@ -19,10 +19,12 @@ const form = at('share');
 let lists = {};
 let showCount;
 let edited = '';
+let version = '';
 let hasLists = true;
 
 async function fill(data) {
   edited = data.share;
+  version = data.version;
   hasLists = data.has_lists;
   const { rw, ro, na, ...values } = data;
   fillForm(form, values);
@@ -68,7 +70,7 @@ async function save(saved) {
   clearErrors(form);
   await Promise.all(kLists.map((id) => lists[id].finish()));
   const fields = { ...readForm(form), ...Object.fromEntries(kLists.map((id) => [id, lists[id].value])) };
-  const reply = await post('share', { action: 'apply', change: edited ? 'save' : 'create', share: edited, ...fields });
+  const reply = await post('share', { action: 'apply', change: edited ? 'save' : 'create', share: edited, version, ...fields });
   if (!reply.success) return showRefusal(form, reply);
   const isNew = edited === '';
   closeShareForm();

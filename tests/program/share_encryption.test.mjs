@@ -52,7 +52,8 @@ test("With the right one it opens at every start, and without one by hand again"
 });
 
 test("Another description leaves the encryption as it is", () => {
-  assert.deepEqual(apply({ change: "save", share: "photo", ...fields, desc: "Pictures" }).json, done("photo"));
+  const { version } = run("share", { query: { action: "load", share: "photo" }, cookie }).json.data;
+  assert.deepEqual(apply({ change: "save", share: "photo", version, ...fields, desc: "Pictures" }).json, done("photo"));
   assert.equal(stateOf("photo"), "manual");
 });
 

@@ -58,7 +58,9 @@ test("A share that is made is in the list and in its form, and its folder is on 
     descr: "Pictures", disable_download: false, disable_list: false, disable_modify: true, enc_auto_mount: false, encryption: 0, hidden: true, name: "photo", volume: "Volume1",
   });
   assert.equal(list().total, before + 1);
-  assert.deepEqual(load("photo"), {
+  const { version, ...data } = load("photo");
+  assert.match(version, /^[0-9a-f]+$/);
+  assert.deepEqual(data, {
     desc: "Pictures", disable_download: "off", disable_list: "off", disable_modify: "on", encryption: "none", has_lists: true, hidden: "on", na: ["bernd"], path: "/volume1/photo", ro: [],
     rw: ["admin", "anna"], share: "photo", volume: "Volume1",
   });
@@ -150,6 +152,19 @@ test("A name in two lists is told beside both, and nothing of the save is stored
   assert.deepEqual(create({ name: "twice", na: "anna", rw: "anna" }), { errors: { na: twice("anna"), rw: twice("anna") }, success: false });
   assert.equal(itemOf("twice"), undefined);
   assert.ok(!existsSync("/volume1/twice"));
+});
+
+test("What somebody else has changed since the form was filled is not overwritten", () => {
+  const opened = fieldsOf("photo");
+  for (const other of [{ desc: "another" }, { hidden: opened.hidden === "on" ? "off" : "on" }, { disable_list: "on" }, { na: "", rw: "", ro: "bernd" }]) {
+    const before = fieldsOf("photo");
+    assert.deepEqual(save("photo", other), done("photo"));
+    assert.deepEqual(apply({ change: "save", ...before, desc: "mine" }), formError("error_share_changed"));
+    assert.notEqual(load("photo").desc, "mine");
+  }
+  const { version, ...without } = fieldsOf("photo");
+  assert.ok(version);
+  assert.deepEqual(apply({ change: "save", ...without }), formError("error_share_changed"));
 });
 
 test("Groups stand in lists behind an @, also the group of everybody", () => {
