@@ -95,7 +95,7 @@ Refusals Directory::Save(FolderObject& object) {
   Refusals refusals;
   const bool is_new = object.loaded.empty();
   const int id = is_new ? kUnnumbered : FindFolder(object.loaded);
-  if (!IsFolder(object.name)) refusals.insert(kBad);
+  if (!IsFolder(object.name) || !IsDescription(object.desc)) refusals.insert(kBad);
   const std::string folder = object.path.substr(sizeof kVolume - 1);
   if (!IsPath(folder)) refusals.insert(kBad);
   // The folder above is not there.
