@@ -1,6 +1,8 @@
 // The folders of shares: where they are, what becomes of them, and whom the kernel lets in.
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 
 #include "access_list_of.h"
@@ -179,6 +181,21 @@ TEST_F(ShareFolder, ADiskIsPublishedWhetherItsShareWasThereOrNot) {
   ASSERT_EQ(0, Set("usbshare3", disk));
   ASSERT_EQ(0, Set("usbshare3", disk));
   EXPECT_EQ("usbshare3", Get("usbshare3").name);
+}
+
+TEST_F(ShareFolder, WhereNothingCanBeMountedEncryptingChangesNothing) {
+  if (access("/dev/fuse", R_OK | W_OK) == 0) GTEST_SKIP() << "there is FUSE";
+  ASSERT_EQ(0, Make(Named("photo")));
+  Write("/volume1/photo/a");
+  _tag_KEST_SHARE_ENC_ request = {};
+  snprintf(request.name, sizeof(request.name), "photo");
+  snprintf(request.pass, sizeof(request.pass), "horse battery");
+  request.step = KEST_SHARE_ENC_START;
+  EXPECT_EQ(0x3000, Code(KESTShareEncryptionAction(3, &request)));
+  EXPECT_EQ(0, Get("photo").enc);
+  EXPECT_EQ("content", Read("/volume1/photo/a"));
+  EXPECT_TRUE(!fs::exists("/volume1/@vaults") || fs::is_empty("/volume1/@vaults")) << "no vault is left";
+  EXPECT_EQ(0, Set("photo", Named("pictures"))) << "and nothing stands in the way";
 }
 
 TEST_F(ShareFolder, TheListsAreTheKernels) {
