@@ -20,8 +20,6 @@ struct VaultPlace {
   std::string clear = vault + ".clear";  // what is in clear, on its way in or out
 };
 
-std::string VolumeOf(const std::string& path) { return path.substr(0, path.find('/', 1)); }
-
 int CloseAndRemove(const KestFoldersModule& folders, const std::string& folder) {
   if (folders.is_open_vault(folder.c_str())) {
     if (int failure = folders.close_vault(folder.c_str())) return failure;
@@ -59,10 +57,11 @@ int Exchange(const KestFoldersModule& folders, const VaultPlace& place, const st
   return folders.open_vault(place.vault.c_str(), folder.c_str(), passphrase);
 }
 
-// The end of a change whose state is stored, or of one that has failed.
+// The end of a change: what was begun is taken back, or what is stored is finished, if not now then by the next who
+// looks.
 int End(ShareDatabase& shares, const KestFoldersModule& folders, int64_t share, int failure) {
-  const int unfinished = RecoverShare(shares, folders, share);
-  return failure != 0 ? failure : unfinished;
+  RecoverShare(shares, folders, share);
+  return failure;
 }
 
 class Step {
@@ -173,9 +172,10 @@ int TakeBackEncryption(const KestFoldersModule& folders, const ShareMove& move) 
   return folders.remove(move.staging.c_str());
 }
 
-int Decrypt(ShareDatabase& shares, const KestFoldersModule& folders, const Share& share) {
+int Decrypt(ShareDatabase& shares, const KestFoldersModule& folders, const Share& share, const std::string& volume) {
+  if (volume.empty()) return -kErrorNoSuchObject;
   if (IsLocked(folders, share)) return -kErrorBusy;
-  const VaultPlace place(VolumeOf(share.path), share.id);
+  const VaultPlace place(volume, share.id);
   const auto decrypt = [&]() -> int {
     if (!shares.Note({share.id, share.path, place.clear, place.vault, ShareMove::kDecrypting}))
       return DatabaseFailure();

@@ -21,7 +21,7 @@ int EncryptionStep(ShareDatabase& shares, const KestFoldersModule& folders, cons
 
 // Makes a share's folder clear. Its vault has to be open: there is no passphrase here. The caller holds the share's
 // lock.
-int Decrypt(ShareDatabase& shares, const KestFoldersModule& folders, const Share& share);
+int Decrypt(ShareDatabase& shares, const KestFoldersModule& folders, const Share& share, const std::string& volume);
 
 // Whether a share is encrypted and its vault is not open.
 bool IsLocked(const KestFoldersModule& folders, const Share& share);

@@ -86,7 +86,9 @@ class ShareSave {
     const bool is_encrypted = (old_.encryption & kEncrypted) != 0;
     if (!is_encrypted) return next_.encryption == 0 ? 0 : -kErrorBadParameter;
     if ((next_.encryption & kEncrypted) != 0) return 0;
-    if (int failure = Decrypt(shares_, folders_, old_)) return failure;
+    if (int failure = Decrypt(shares_, folders_, old_, change_.old_volume)) return failure;
+    // What is left of it has a note that must not be written over.
+    if (int failure = RecoverShare(shares_, folders_, next_.id)) return failure;
     return ToResult(shares_.FindById(next_.id, &old_));
   }
 

@@ -53,13 +53,21 @@ int CheckPath(const std::string& path, bool is_external, KESTMOUNTVOL* volume) {
   return IsOfAppliance(below) ? FailWith(kErrorBadParameter) : 0;
 }
 
-// Whether the folder stays where it is; then its volume need not be there.
-bool StaysInPlace(const KestSharesModule& shares, const char* existing, const char* path) {
+// What is known of the share as it is before it is changed.
+struct Before {
+  bool stays_in_place = false;  // then the folder's volume need not be there
+  KESTMOUNTVOL volume = {};     // of an encrypted folder
+};
+
+Before Look(const KestSharesModule& shares, const char* existing, const char* path) {
+  Before before;
   KESTSHARE* stored = nullptr;
-  if (existing == nullptr || shares.record(existing, &stored) != 0) return false;
-  const bool same = strcmp(stored->path, path) == 0;
+  if (existing == nullptr || shares.record(existing, &stored) != 0) return before;
+  before.stays_in_place = strcmp(stored->path, path) == 0;
+  // One that is not mounted has no path.
+  if (stored->enc != 0) FindVolume(kMountTable, stored->path, &before.volume);
   KESTShareFree(stored);
-  return same;
+  return before;
 }
 
 int Store(const char* existing, const KESTSHARE& record, bool move) {
@@ -70,10 +78,11 @@ int Store(const char* existing, const KESTSHARE& record, bool move) {
   const KestFoldersModule* const folders = Folders();
   if (shares == nullptr || folders == nullptr) return FailWith(kErrorSystem);
   KESTMOUNTVOL volume = {};
-  if (!StaysInPlace(*shares, existing, record.path) && CheckPath(record.path, is_external, &volume) < 0) return -1;
+  const Before before = Look(*shares, existing, record.path);
+  if (!before.stays_in_place && CheckPath(record.path, is_external, &volume) < 0) return -1;
   // Whoever publishes a disk names its share both ways, and does not know whether it was there before.
   const bool is_published = is_external && existing != nullptr && strcmp(existing, record.name) == 0;
-  const KestShareChange change = {existing, &record, volume.path, move, is_published};
+  const KestShareChange change = {existing, &record, volume.path, before.volume.path, move, is_published};
   const int result = shares->set(&change, folders);
   return result < 0 ? FailWith(static_cast<ErrorCode>(-result)) : 0;
 }

@@ -19,7 +19,8 @@ struct KestShareLine {
 struct KestShareChange {
   const char* existing;     // NULL makes one
   const KESTSHARE* record;  // no text of it is NULL
-  const char* volume;       // mount path of the volume that holds the record's path; "" when there is none
+  const char* volume;       // mount path of the volume that holds the record's path; "" when it stays where it is
+  const char* old_volume;   // the same of the share's folder now, when that is encrypted
   bool move;                // the folder is moved along to another place, another volume too
   bool make_when_absent;    // an `existing` that is not there is made
 };
