@@ -18,7 +18,6 @@ int __real_acl_set_file(const char* path, acl_type_t type, acl_t acl);
 int __real_syncfs(int file);
 int __real_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
                        const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment);
-ssize_t __real_pwrite(int file, const void* bytes, size_t count, off_t offset);
 void* __real_calloc(size_t count, size_t size);
 
 int __wrap_mkdirat(int folder, const char* path, mode_t mode) {
@@ -35,12 +34,6 @@ int __wrap_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_acti
                        const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment) {
   if (FaultStrikes("posix_spawn")) return errno;
   return __real_posix_spawn(pid, path, actions, attributes, arguments, environment);
-}
-ssize_t __wrap_pwrite(int file, const void* bytes, size_t count, off_t offset) {
-  return FaultStrikes("pwrite") ? -1 : __real_pwrite(file, bytes, count, offset);
-}
-ssize_t __wrap_pwrite64(int file, const void* bytes, size_t count, off_t offset) {
-  return __wrap_pwrite(file, bytes, count, offset);
 }
 void* __wrap_calloc(size_t count, size_t size) {
   return FaultStrikes("allocation") ? nullptr : __real_calloc(count, size);
