@@ -73,8 +73,14 @@ function open(form, name) {
   return form(name);
 }
 
+async function ask({ offset, prefix }) {
+  const reply = await get('shares', { offset, prefix });
+  at('full').hidden = !reply.data?.full;
+  return reply;
+}
+
 const list = new PagedList(at('shares'), {
-  ask: ({ offset, prefix }) => get('shares', { offset, prefix }),
+  ask,
   row: rowOf,
   none: 'shares:none',
   failed: (reply) => showRefusal(at('share'), reply),

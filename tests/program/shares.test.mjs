@@ -195,6 +195,17 @@ test("What cannot be the new name is told beside the field, and the share keeps 
   assert.equal(everything(), before);
 });
 
+test("A service's own folder keeps its name, and nobody's access is set there", () => {
+  assert.equal(spawnSync("/usr/kest/bin/kestshare", ["add", "surveillance", "/volume1/surveillance"]).status, 0);
+  assert.equal(load("surveillance").has_lists, false);
+  assert.deepEqual(save("surveillance", { desc: "Recordings", rw: "anna" }), done("surveillance"));
+  assert.deepEqual([load("surveillance").desc, load("surveillance").rw], ["Recordings", []]);
+  for (const name of ["recordings", "SURVEILLANCE"]) {
+    assert.deepEqual(rename("surveillance", name), beside("new_name", "This folder belongs to the appliance and keeps its name."));
+  }
+  assert.equal(itemOf("surveillance").descr, "Recordings");
+});
+
 test("A rename takes the folder along with what is in it, and everything else stays", () => {
   writeFileSync("/volume1/photo/picture", "a picture");
   const before = load("photo");

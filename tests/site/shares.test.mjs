@@ -113,6 +113,13 @@ test("A folder is made with the keyboard, changed, refused, renamed, and cannot 
     assert.equal(await page.evaluate(() => document.activeElement.textContent), "Our pictures");
     await page.fill("#search", "OUR");
     await page.waitForFunction(() => document.getElementById("status").textContent.endsWith("/ 1"));
+    assert.ok(await page.isHidden("#full"));
+    await page.route("**/cgi/shares.cgi*", async (route) => {
+      const { data } = await (await route.fetch()).json();
+      await route.fulfill({ json: { success: true, data: { ...data, full: true } } });
+    });
+    await page.fill("#search", "our");
+    await page.waitForSelector("#full:not([hidden])");
     await shot("list");
   }));
 
