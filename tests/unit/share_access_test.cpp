@@ -30,10 +30,10 @@ class ShareAccessTest : public ShareTest {
       return 0;
     });
   }
-  // Lists of the platform, which a push lets move.
-  void ListsAreMade(int working = 3) {
+  // Lists of the platform, which a push lets move; those of a mask cannot be made.
+  void ListsAreMade(int failing = 0) {
     auto& made = EXPECT_CALL(klib(), PslKLIBSzListAlloc(512));
-    for (int i = 0; i < 3; ++i) made.WillOnce(Return(i < working ? NewTextList({}) : nullptr));
+    for (int i = 0; i < 3; ++i) made.WillOnce(Return((failing >> i & 1) == 0 ? NewTextList({}) : nullptr));
     EXPECT_CALL(klib(), KLIBSzListPush(_, _))
         .Times(::testing::AnyNumber())
         .WillRepeatedly([this](PSZLIST* list, const char* text) {
@@ -163,8 +163,8 @@ TEST_F(ShareAccessTest, TheListsForTheConflictAreFilledWritersFirst) {
 
 TEST_F(ShareAccessTest, WithoutMemoryForAListThereIsNoConflict) {
   SDK::Share share(Record("photo"));
-  for (int working = 0; working < 3; ++working) {
-    ListsAreMade(working);
+  for (int failing = 1; failing < 8; ++failing) {
+    ListsAreMade(failing);
     EXPECT_FALSE(share.isAccessRightConflict());
   }
 }
