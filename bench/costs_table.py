@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Prints what a program with Google Benchmark measured: costs_table.py FILE... THING
 
-THING is what a benchmark's number counts, e.g. "byte". The figures are medians of CPU time. Each cost per thing stands
-beside the one of the smallest number and beside that of its yardstick with as many: the benchmark of the same name with
-"Plain" in front, or else the benchmark "Copy".
+THING is what a benchmark's number counts, e.g. "byte". The figures are medians of CPU time, or of what a benchmark
+has measured itself. Each cost per thing stands beside the one of the smallest number and beside that of its yardstick
+with as many: the benchmark of the same name with "Plain" in front, or else the benchmark "Copy".
 """
 
 import json
@@ -15,8 +15,9 @@ def main():
     costs_of = {}
     for run in (run for file in files for run in json.load(open(file))["benchmarks"]):
         if run.get("aggregate_name") == "median":
-            name, number = run["run_name"].split("/")[:2]
-            costs_of.setdefault(name, {})[int(number)] = run["cpu_time"] / int(number)
+            name, number, *measured = run["run_name"].split("/")
+            time = run["real_time" if measured else "cpu_time"]
+            costs_of.setdefault(name, {})[int(number)] = time / int(number)
     print(f"| function | {thing}s | ns a {thing} | against the fewest | against the yardstick |")
     print("|---|---|---|---|---|")
     for name, costs in sorted(costs_of.items()):

@@ -1,6 +1,7 @@
 // The examples of the documents do what the documents say.
 import assert from "node:assert/strict";
-import { readFileSync, statSync } from "node:fs";
+import { mkdirSync, readFileSync, statSync, symlinkSync } from "node:fs";
+import { spawnSync } from "node:child_process";
 import { before, test } from "node:test";
 import { assertSessionRefused, keepSettings, login, makeAccounts, run, settings } from "./program.mjs";
 
@@ -84,4 +85,21 @@ test("receive keeps the file", () => {
   assert.equal(readFileSync("/volume1/public/received", "utf8"), "five!");
   assert.equal(statSync("/volume1/public/received").mode & 0o777, 0o600);
   assert.equal(example("receive", { form: {}, cookie }).json.success, false);
+});
+
+test("folders lists the folders of a share for those who may read it, and follows no path out of it", () => {
+  const made = spawnSync("/usr/kest/bin/kestshare", ["add", "photo", "/volume1/photo", "ro", "anna", "na", "admin"]);
+  assert.equal(made.status, 0, made.stderr.toString());
+  for (const folder of ["2024/spring", "2024/Autumn", "@eaDir"]) mkdirSync(`/volume1/photo/${folder}`, { recursive: true });
+  symlinkSync("/volume1", "/volume1/photo/link");
+  const folders = (path, session = login("anna")) => example("folders", { query: { path }, cookie: session }).json;
+  const refused = { folders: [], success: false };
+  assert.deepEqual(folders("/photo"), { folders: ["2024"], success: true });
+  assert.deepEqual(folders("/photo/2024"), { folders: ["Autumn", "spring"], success: true });
+  for (const path of ["/photo/../", "/photo/2024/..", "/photo/link", "/photo/missing", "/secret", "", "/"]) {
+    assert.deepEqual(folders(path), refused, path);
+  }
+  assert.deepEqual(folders(`${"/".repeat(4090)}photo`), refused);
+  assert.deepEqual(folders("/photo", cookie), refused);
+  assertSessionRefused(example("folders"), "timeout", "login", "error_timeout");
 });

@@ -93,6 +93,14 @@ TEST_F(FileShareFoldersTest, AnEntryTellsWhatLstatTells) {
   EXPECT_EQ(info.st_gid, entries[0].gid);
 }
 
+TEST_F(FileShareFoldersTest, ASizeHas64Bits) {
+  Make({"large"});
+  machine().FailNext("lstat size", 3);
+  Entries entries;
+  EXPECT_EQ(1, files_.WfmLibEnumSubDir(dir_, entries));
+  EXPECT_EQ(0x300000001, entries.at(0).size);
+}
+
 TEST_F(FileShareFoldersTest, ATimeBeyond2038IsNegative) {
   Make({"late"});
   const timespec times[] = {{0, 0}, {2147483648, 0}};
@@ -269,6 +277,21 @@ TEST_F(FileShareFoldersTest, TheFolderIsClosedBeforeTheNamesAreCompared) {
   });
   EXPECT_THAT(Names(), ElementsAre("a", "b"));
   EXPECT_TRUE(compared);
+}
+
+TEST_F(FileShareFoldersTest, AFolderAmongAHundredThousandFilesIsFound) {
+  Make({"z", "a"});
+  // Links, which cost the file system least; a file takes only so many.
+  constexpr int kFiles = 100000, kLinks = 30000;
+  for (int i = 0; i < kFiles; ++i) {
+    const std::string file = dir_ + "/" + std::to_string(i - i % kLinks), path = dir_ + "/" + std::to_string(i);
+    if (path == file) {
+      WriteFile(file, "");
+    } else {
+      ASSERT_EQ(0, link(file.c_str(), path.c_str()));
+    }
+  }
+  EXPECT_THAT(Names(), ElementsAre("a", "z"));
 }
 
 TEST_F(FileShareFoldersTest, AThousandLevelsDeepAFolderIsListedAsLongAsItsPathIsOne) {
