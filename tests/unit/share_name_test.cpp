@@ -201,14 +201,17 @@ TEST_F(ShareNameTest, AChangeOfCaseIsAllowedAndExistenceIsNotAsked) {
 }
 
 TEST_F(ShareNameTest, AFreeNewNameIsAllowedAndAnotherSharesIsNot) {
-  IsName("pictures");
-  HasUserHomes("no", 2);
-  Finds("pictures", nullptr, -1);
-  EXPECT_EQ(1, SDK::Share::IsShareRenameTo("photo", "pictures"));
-  IsName("pictures");
-  HasUserHomes("no", 2);
-  Finds("pictures", Record("pictures"));
-  EXPECT_EQ(-1, SDK::Share::IsShareRenameTo("photo", "pictures"));
+  // Before and behind it in the order of names.
+  for (const char* from : {"photo", "web"}) {
+    IsName("pictures");
+    HasUserHomes("no", 2);
+    Finds("pictures", nullptr, -1);
+    EXPECT_EQ(1, SDK::Share::IsShareRenameTo(from, "pictures"));
+    IsName("pictures");
+    HasUserHomes("no", 2);
+    Finds("pictures", Record("pictures"));
+    EXPECT_EQ(-1, SDK::Share::IsShareRenameTo(from, "pictures"));
+  }
 }
 
 class ShareLimitTest : public ShareNameTest {
