@@ -15,8 +15,8 @@ test("Words come by section and key, and what has no text is left out", () => {
 });
 
 test("Two sections keep their keys apart", () => {
-  const { texts } = ask("login:title,upload:title").json.data;
-  assert.deepEqual([texts.login.title, texts.upload.title], ["Log in", "Upload a file"]);
+  const { texts } = ask("login:title,volumes:title").json.data;
+  assert.deepEqual([texts.login.title, texts.volumes.title], ["Log in", "Volumes"]);
 });
 
 test("The cookie decides the language, then the setting, then the browser, then it is English", (t) => {
