@@ -47,7 +47,7 @@ test("A disk is formatted after a question that names it, and the page watches w
     const { page, shot, state, server } = site;
     await hold(state);
     await openDisks(site);
-    assert.equal(await page.textContent("#status"), "2 disks");
+    await page.waitForFunction(() => document.getElementById("status").textContent === "2 disks");
     assert.deepEqual(await page.$$eval("#disks h2", (names) => names.map((name) => name.textContent)), ["USB Disk 1", "SATA Disk"]);
     await shot("list");
 
