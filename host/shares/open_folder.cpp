@@ -7,8 +7,8 @@ namespace {
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-bool Step(FileDescriptor* folder, const std::string& name) {
-  const int next = openat(folder->Get(), name.c_str(), kFolderFlags);
+bool Step(FileDescriptor* folder, int from, const std::string& name) {
+  const int next = openat(from, name.c_str(), kFolderFlags);
   if (next < 0 && errno == ELOOP) errno = ENOTDIR;
   folder->Reset(next);
   return next >= 0;
@@ -16,14 +16,16 @@ bool Step(FileDescriptor* folder, const std::string& name) {
 
 }  // namespace
 
+// The first folder is not opened from "/": where an emulator runs the program, that is the root of another machine.
 bool OpenFolder(const std::string& path, FileDescriptor* folder) {
-  folder->Reset(open("/", kFolderFlags));
-  for (size_t start = 1; folder->IsOpen() && start < path.size();) {
-    const size_t end = std::min(path.find('/', start), path.size());
-    if (!Step(folder, path.substr(start, end - start))) return false;
-    start = end + 1;
+  size_t end = std::min(path.find('/', 1), path.size());
+  bool is_open = Step(folder, AT_FDCWD, path.empty() ? "/" : path.substr(0, end));
+  while (is_open && end < path.size()) {
+    const size_t start = end + 1;
+    end = std::min(path.find('/', start), path.size());
+    is_open = Step(folder, folder->Get(), path.substr(start, end - start));
   }
-  return folder->IsOpen();
+  return is_open;
 }
 
 bool OpenParent(const std::string& path, FileDescriptor* folder, std::string* name) {

@@ -14,6 +14,8 @@ const kMostRequests = kMinutes * 60 * 500;
 const kLargestUpload = 300_000;
 const kFilm = "/public/clock.webm";
 const kRange = [1000, 4999];
+// A program that is ended while it renews its session leaves the new file; later logins remove it when it is old.
+const isUnfinishedSession = (file) => file.startsWith("/usr/kest/var/session/.new-");
 // What a server may grow by: its threads touch more of their stacks for a while.
 const kGrowth_kib = 8 * 1024;
 const kMoreFiles = 8;
@@ -157,7 +159,7 @@ test(`Mixed requests of several users for ${kMinutes} minutes`, (t) =>
       for (const [task, times] of Object.entries(done)) assert.ok(times > 0, `nobody ${task}`);
       assert.ok(held.memory_kib <= warm.memory_kib + kGrowth_kib, `the servers grew from ${warm.memory_kib} to ${held.memory_kib} KiB`);
       assert.ok(held.files <= warm.files + kMoreFiles, `open files: ${warm.files}, then ${held.files}`);
-      assert.deepEqual(await filesOf(server), before);
+      assert.deepEqual((await filesOf(server)).filter((file) => !isUnfinishedSession(file)), before);
     },
     { browser: false, timeout_ms: (kMinutes + 3) * 60_000 },
   ));
