@@ -79,10 +79,10 @@ int Fail(const char* path, int error) {
 }
 
 // cron reads a file again only when the time of its folder and its own, in whole seconds, are others than last time. Of
-// two changes within one second it could miss the second for good.
+// several changes within one second it could miss the last for good, so each has a later time than the one before.
 void MakeNoticed(const std::string& path, time_t before) {
   struct stat now;
-  if (stat(path.c_str(), &now) != 0 || now.st_mtime != before) return;
+  if (stat(path.c_str(), &now) != 0 || now.st_mtime > before) return;
   const timespec times[] = {{0, UTIME_OMIT}, {before + 1, 0}};
   // Not possible for a folder that belongs to somebody else: the next minute's change is noticed all the same.
   utimensat(AT_FDCWD, path.c_str(), times, 0);

@@ -138,8 +138,8 @@ TEST_F(CrontabFileTest, EachChangeHasATimeOfItsOwn) {
     struct stat file, folder;
     ASSERT_EQ(0, stat(folder_.CrontabPath().c_str(), &file));
     ASSERT_EQ(0, stat(folder_.Crontabs().c_str(), &folder));
-    EXPECT_NE(file_before, file.st_mtime);
-    EXPECT_NE(folder_before, folder.st_mtime);
+    EXPECT_LT(file_before, file.st_mtime);
+    EXPECT_LT(folder_before, folder.st_mtime);
     file_before = file.st_mtime, folder_before = folder.st_mtime;
   }
 }
