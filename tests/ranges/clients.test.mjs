@@ -200,8 +200,9 @@ test("A file that shrinks while it is sent is a short reply, which the client se
   truncateSync(path, 16 * kMiB);
   const { status, complaints, output } = await ended;
   assert.equal(status, 18, `curl tells a partial file: ${complaints}`);
-  // On a busy machine some bytes behind the new end have been sent before the file shrinks; they are true ones.
-  assert.ok(output.length >= 16 * kMiB && output.length < content.length, `${output.length} bytes`);
+  // How many arrive hangs on the machine: bytes behind the new end may have been sent before the file shrinks, and once the
+  // program has ended a slow client has the web server's patience for the rest.
+  assert.ok(output.length > kMiB && output.length < content.length, `${output.length} bytes`);
   assert.ok(output.equals(content.subarray(0, output.length)), "each byte is the file's");
 });
 
