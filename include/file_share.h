@@ -98,7 +98,7 @@ class TARVEL_EXPORT TarvelFileShare {
   /// @return 0. -1 when an argument is null (logged: "bad parameter") or the platform refuses (logged: "failed to get
   ///         GID for user=%s, sid=%s", "failed to set GID ...", "failed to set UID ..."): the process then may have
   ///         changed its groups and must not go on. Supplementary groups that cannot be set are no failure (logged:
-  ///         "failed to initgroup for user=%s, sid=%s")
+  ///         "failed to initgroup for user=%s, sid=%s"): the process then keeps those from before
   int WfmLibUGIDSet(const char* sid, const char* user);
 
   /// @}
@@ -210,8 +210,8 @@ class TARVEL_EXPORT TarvelFileShare {
 
   /// The names of the shares that an account may open, "home" among them when accounts have homes: the setting
   /// "userHomeEnable" in "/etc/kestinfo.conf" is "yes" in any case of letters, and the uid is 0, 1024 or above 1025. A
-  /// home folder that is not there is made, with mode 0755, and given to the account, so the process must still be
-  /// allowed to.
+  /// home folder that is not there is made, with mode 0755 less the umask, and given to the account, so the process
+  /// must still be allowed to. A name that the list has no memory for is missing from it.
   ///
   /// Left out are shares with value 1 in their encryption state, those whose lists do not admit the account, those
   /// whose folder is not there, and "homes" for all but "admin", in lower case.

@@ -69,8 +69,8 @@ int TarvelFileShare::WfmLibUGIDSet(const char* sid, const char* user) {
     LogError("%s(%d) failed to get GID for user=%s, sid=%s", user, sid);
     return -1;
   }
-  // The order is a must: with the user id goes the right to change groups. Going on without supplementary groups is
-  // deliberate: it takes rights away and gives none.
+  // The order is a must: with the user id goes the right to change groups. Going on with the groups from
+  // before is deliberate.
   if (initgroups(user, static_cast<gid_t>(gid)) != 0) {
     LogError("%s(%d) failed to initgroup for user=%s, sid=%s", user, sid);
   }

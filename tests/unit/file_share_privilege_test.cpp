@@ -597,7 +597,7 @@ TEST_F(FileShareListTest, AHomeThatCannotBeGivenAwayIsOnlyLogged) {
   EXPECT_EQ(0, Error());
 }
 
-TEST_F(FileShareListTest, AListThatCannotGrowLacksWhatDoesNotFit) {
+TEST_F(FileShareListTest, WhetherTheListTakesANameIsNotAsked) {
   std::filesystem::create_directories(home_);
   lists_.Cover({kRw});
   Shown("photo");
