@@ -36,6 +36,7 @@ const kBrowserArguments = [
 ];
 const kActionTimeout_ms = 15_000;
 const kStoryTimeout_ms = 120_000;
+const kMostDelay_ms = Number(process.env.SITE_DELAY_MS ?? 0);
 const kBrowserLanguage = "en-US";
 
 export const screenshotDir = path.join(buildDir, "screenshots");
@@ -82,11 +83,20 @@ async function openBrowser(site, name, options) {
     ...options.context,
   });
   site.context.setDefaultTimeout(kActionTimeout_ms);
+  if (kMostDelay_ms > 0) await delayRequests(site.context);
   site.page = site.context.pages()[0] ?? (await site.context.newPage());
   for (const page of site.context.pages()) listen(page, site.pageLog);
   site.context.on("page", (page) => listen(page, site.pageLog));
   site.shot = (what) => site.page.screenshot({ path: path.join(screenshotDir, `${name}-${what}.png`), fullPage: true });
   site.login = (account) => login(site, account);
+}
+
+// As behind a slow and unsteady line: whoever counts on the order of a page's answers, or on their being there, is found out.
+async function delayRequests(context) {
+  await context.route("**/*", async (route) => {
+    await new Promise((resolve) => setTimeout(resolve, Math.random() * kMostDelay_ms));
+    await route.fallback().catch(() => {});
+  });
 }
 
 function inTime(work, timeout_ms) {
