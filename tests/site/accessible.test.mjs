@@ -3,6 +3,7 @@ import { test } from "node:test";
 import { agents } from "../program/agents.mjs";
 import { assertAccessible } from "./axe.mjs";
 import { withSite } from "./harness.mjs";
+import { freePort } from "./inside.mjs";
 import { draftKept, openForm, openTaskForm } from "./person.mjs";
 
 async function pagesOfAnOrdinaryAccount({ page, url, login }) {
@@ -133,7 +134,7 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await page.waitForSelector("#notice.error");
   await assertAccessible(page, "virtual hosts, a field refused");
   await page.fill("#host", "shop.example");
-  await page.fill("#port", "28080");
+  await page.fill("#port", String(await freePort()));
   await page.click("#save");
   await page.waitForSelector("#notice:not(.error)");
   await assertAccessible(page, "virtual hosts, one served");

@@ -5,7 +5,7 @@ import { spawnSync } from "node:child_process";
 import { readdir } from "node:fs/promises";
 import { test } from "node:test";
 import { withSite } from "./harness.mjs";
-import { errorBeside, focused, makeTask, openTaskForm, shownEvents, tabTo, typeInto } from "./person.mjs";
+import { errorBeside, focused, makeTask, openTaskForm, save, shownEvents, tabTo, typeInto } from "./person.mjs";
 import { preset, projectDir } from "./server.mjs";
 
 const kPhone = { viewport: { width: 360, height: 740 }, hasTouch: true, isMobile: true, deviceScaleFactor: 2 };
@@ -16,8 +16,6 @@ async function openPage({ page, url, login }) {
   await page.goto(`${url}/backups.html`);
   await page.waitForFunction(() => document.getElementById("tasks").children.length > 0 || /yet|noch/.test(document.getElementById("status").textContent));
 }
-
-const save = (page, outcome) => Promise.all([page.waitForSelector(`#notice.${outcome}`), page.click("#save")]);
 
 // The tasks of the list: name, line below it, state.
 const tasks = (page) =>
@@ -102,11 +100,11 @@ test("A task is renamed, turned off and on, and removed after a question", () =>
 
     await act(page, "photos", "Rename");
     await page.fill("#new_name", "letters");
-    await Promise.all([page.waitForSelector("#notice.error"), page.click("#rename .primary")]);
+    await save(page, "error", "#rename .primary");
     assert.equal(await errorBeside(page, "new_name"), "Another task has this name already.");
     await shot("taken");
     await page.fill("#new_name", "pictures");
-    await Promise.all([page.waitForSelector("#notice.success"), page.click("#rename .primary")]);
+    await save(page, "success", "#rename .primary");
     assert.deepEqual((await tasks(page)).map(([name]) => name), ["letters", "pictures"]);
 
     await act(page, "pictures", "Disable");

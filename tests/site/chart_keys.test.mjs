@@ -3,6 +3,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { withSite } from "./harness.mjs";
+import { comesTrue } from "./inside.mjs";
 
 const kValues = [4, 9, 2, 7, 5];
 const kAll = { stroke: 1, colour: "#404040", "grid-colour": "#c0c0c0" };
@@ -133,7 +134,8 @@ async function animateMoves(page) {
   // How many pictures are seen from the first on, until none has been new for half a second.
   const moves = (animate) => picturesOf(page, at(pie, "elements/0/animate")(animate)).then((count) => count > 1);
   assert.equal(await moves(0), false);
-  assert.equal(await moves(1), true);
+  // A busy machine may draw the beginning and the end only; each look begins the movement anew.
+  assert.ok(await comesTrue(() => moves(1)));
   await page.emulateMedia({ reducedMotion: "reduce" });
   assert.equal(await moves(1), false);
 }

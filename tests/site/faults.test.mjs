@@ -157,7 +157,7 @@ function stall(url, beginning) {
   });
 }
 
-test("Clients that stall do not keep others waiting and are let go", { timeout: 120_000 }, () =>
+test("Clients that stall do not keep others waiting and are let go", () =>
   withSite(
     "faults-stalled",
     async (site) => {

@@ -7,6 +7,7 @@ import { test } from "node:test";
 import { drawFilm, webm } from "./film.mjs";
 import { withSite } from "./harness.mjs";
 import { focused, goByNavigation, tabTo } from "./person.mjs";
+import { quiet } from "./traffic.mjs";
 
 const kPhone = "Mozilla/5.0 (Linux; Android 13; Pixel 7) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/124.0.0.0 Mobile Safari/537.36";
 
@@ -20,6 +21,8 @@ async function openFiles({ page, url }, folder) {
   // Rows of another folder may still be there; the way to a folder comes together with its rows.
   if (folder) await shows(page, folder.split("/").at(-1));
   else await page.waitForSelector("#items tr");
+  // Another page of the same folder may still be there.
+  await quiet(page);
 }
 
 test("A person finds a file by keyboard, looks at it and goes back", () =>
@@ -173,7 +176,7 @@ test("In a film one seeks, and only what is needed is fetched", () =>
     assert.equal(starts[0], 0);
     assert.ok(starts.some((start) => start > film.length * 0.7), `fetched from ${starts} of ${film.length}`);
     await page.goto(`${url}/cgi/download.cgi?path=/public/clock.webm`);
-    await page.waitForFunction(() => document.querySelector("video")?.duration === 12, undefined, { timeout: 10_000 });
+    await page.waitForFunction(() => document.querySelector("video")?.duration === 12);
     console.log(`film of ${film.length} bytes: fetched from ${starts}`);
   }));
 

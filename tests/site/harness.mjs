@@ -16,7 +16,7 @@
 //   pageLog    what the page wrote to its console, and its uncaught errors
 //   server     the running server (server.mjs)
 // options: context (for playwright's newContext: viewport, locale, ...), server (arguments for script/server),
-//          browser: false (no page), timeout_ms (of the story; default: two minutes),
+//          browser: false (no page), timeout_ms (of the story; default: kStoryTimeout_ms),
 //          pageErrors: true (uncaught errors and refused content are expected).
 import assert from "node:assert/strict";
 import { mkdir, mkdtemp, rm } from "node:fs/promises";
@@ -24,6 +24,7 @@ import { tmpdir } from "node:os";
 import path from "node:path";
 import { chromium } from "playwright-core";
 import { buildDir, demoAccounts, Server } from "./server.mjs";
+import { watchTraffic } from "./traffic.mjs";
 
 const kBrowserArguments = [
   "--no-sandbox",
@@ -34,8 +35,9 @@ const kBrowserArguments = [
   "--disable-component-update",
   "--disable-sync",
 ];
-const kActionTimeout_ms = 15_000;
-const kStoryTimeout_ms = 120_000;
+// No measure of anything: what never comes is told in the end, however slow and busy the machine is.
+const kActionTimeout_ms = 60_000;
+const kStoryTimeout_ms = 400_000;
 const kMostDelay_ms = Number(process.env.SITE_DELAY_MS ?? 0);
 const kBrowserLanguage = "en-US";
 
@@ -91,7 +93,8 @@ async function openBrowser(site, name, options) {
   site.login = (account) => login(site, account);
 }
 
-// As behind a slow and unsteady line: whoever counts on the order of a page's answers, or on their being there, is found out.
+// As behind a slow and unsteady line: whoever counts on the order of a page's answers, or on their being there, is found out. The
+// browser keeps nothing in its cache then.
 async function delayRequests(context) {
   await context.route("**/*", async (route) => {
     await new Promise((resolve) => setTimeout(resolve, Math.random() * kMostDelay_ms));
@@ -108,6 +111,7 @@ function inTime(work, timeout_ms) {
 }
 
 function listen(page, log) {
+  watchTraffic(page);
   page.on("console", (message) => log.push({ kind: message.type(), text: message.text(), where: message.location().url }));
   page.on("pageerror", (error) => log.push({ kind: "uncaught", text: error.stack ?? String(error) }));
 }

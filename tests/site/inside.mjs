@@ -3,6 +3,7 @@
 import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
 import { readdir, readFile, readlink } from "node:fs/promises";
+import net from "node:net";
 import path from "node:path";
 import { projectDir } from "./server.mjs";
 
@@ -75,8 +76,18 @@ function isWorkplace(folder) {
   return `${projectDir}/`.startsWith(`${folder}/`);
 }
 
+/// A port of this machine on which nobody listens.
+export function freePort() {
+  return new Promise((resolve, reject) => {
+    const server = net.createServer().on("error", reject).listen(0, "127.0.0.1", () => {
+      const { port } = server.address();
+      server.close(() => resolve(port));
+    });
+  });
+}
+
 /// Waits until `condition()` holds and returns true, or false when it does not for that long.
-export async function comesTrue(condition, timeout_ms = 15_000) {
+export async function comesTrue(condition, timeout_ms = 60_000) {
   const end = Date.now() + timeout_ms;
   while (Date.now() < end) {
     if (await condition()) return true;

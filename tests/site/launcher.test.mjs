@@ -16,7 +16,7 @@ async function run(...args) {
   const child = spawn(kScript, ["--no-build", "--preset", preset, ...args], { cwd: tmpdir(), stdio: ["ignore", "pipe", "pipe"] });
   let output = "";
   for (const stream of [child.stdout, child.stderr]) stream.setEncoding("utf8").on("data", (text) => (output += text));
-  const [status] = await once(child, "exit");
+  const [status] = await once(child, "close");
   return { status, output };
 }
 

@@ -1,6 +1,7 @@
 // What a person in front of a page does and sees.
 import assert from "node:assert/strict";
 import { readFile } from "node:fs/promises";
+import { quiet } from "./traffic.mjs";
 
 const kMostTabs = 60;
 
@@ -42,13 +43,26 @@ export async function typeInto(page, id, value) {
   await page.keyboard.type(value);
 }
 
-/// Waits until the settings are in the form.
-export const openForm = (page) => page.waitForFunction(() => document.getElementById("admin_port_http")?.value);
+/// Waits until the settings are in the form, and a draft is offered if there is one.
+export async function openForm(page) {
+  await page.waitForFunction(() => document.getElementById("admin_port_http")?.value);
+  await quiet(page);
+}
 
 /// Waits until the page says that the appliance keeps what was typed.
 export const draftKept = (page) => page.waitForFunction(() => /draft/.test(document.getElementById("status").textContent));
 
-export const saved = (page) => page.waitForSelector("#notice.success");
+export async function saved(page) {
+  await page.waitForSelector("#notice.success");
+  await quiet(page);
+}
+
+/// Saves the form; `outcome` is the notice that comes of it. What was said of the save before goes with the click.
+export async function save(page, outcome, button = "#save") {
+  await page.click(button);
+  await page.waitForSelector(`#notice.${outcome}`);
+  await quiet(page);
+}
 
 /// Opens the form of a new backup task.
 export async function openTaskForm(page) {
@@ -64,7 +78,7 @@ export async function makeTask(page, fields) {
     else if (["name", "start"].includes(id)) await page.fill(`#${id}`, value);
     else await page.selectOption(`#${id}`, value);
   }
-  await Promise.all([saved(page), page.click("#save")]);
+  await save(page, "success");
 }
 
 /// The newest entries of the event log that the page shows: event, task, schedule.

@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { withSite } from "./harness.mjs";
-import { errorBeside, focused, settingsOf, tabTo, typeInto } from "./person.mjs";
+import { errorBeside, focused, save as saveForm, settingsOf, tabTo, typeInto } from "./person.mjs";
 
 const kConflict = "Another service has this port.";
 
@@ -12,11 +12,7 @@ async function openPorts({ page, url, login }) {
   await page.waitForFunction(() => document.getElementById("ftpport")?.value);
 }
 
-// What was said of the save before goes with the click.
-async function save(page, service, outcome) {
-  await page.click(`#save-${service}`);
-  await page.waitForSelector(`#notice.${outcome}`);
-}
+const save = (page, service, outcome) => saveForm(page, outcome, `#save-${service}`);
 
 // Service, field, and a port that another service of the demonstration has.
 const taken = [

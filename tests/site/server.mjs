@@ -4,8 +4,8 @@ import { readFile, rm } from "node:fs/promises";
 import path from "node:path";
 import { fileURLToPath } from "node:url";
 
-const kStartTimeout_ms = 60_000;
-const kStopTimeout_ms = 20_000;
+const kStartTimeout_ms = 180_000;
+const kStopTimeout_ms = 60_000;
 
 export const projectDir = path.resolve(path.dirname(fileURLToPath(import.meta.url)), "../..");
 export const preset = process.env.TARVEL_PRESET ?? "dev";
@@ -30,7 +30,8 @@ export class Server {
     const fixed = ["--no-build", "--preset", preset, "--state", server.state, "--fresh", "--port", "0"];
     server.process = spawn(script, [...fixed, ...options], { stdio: ["ignore", "pipe", "pipe"] });
     server.output = "";
-    server.ended = new Promise((resolve) => server.process.on("exit", resolve));
+    // Once its last words have been read, too.
+    server.ended = new Promise((resolve) => server.process.on("close", resolve));
     await server.#untilItAnswers();
     return server;
   }

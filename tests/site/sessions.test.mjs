@@ -3,7 +3,8 @@ import assert from "node:assert/strict";
 import { readdir, readFile, utimes, writeFile } from "node:fs/promises";
 import { test } from "node:test";
 import { sessionCookie, withSite } from "./harness.mjs";
-import { openForm } from "./person.mjs";
+import { openForm, save } from "./person.mjs";
+import { quiet } from "./traffic.mjs";
 
 async function logIn({ page, accounts }, name) {
   await page.fill("#user", name);
@@ -24,8 +25,9 @@ async function settle(page) {
   await page.waitForSelector("#notice:not([hidden])");
 }
 
-// All sessions have been idle for an hour.
-async function letTimePass(state) {
+// All sessions have been idle for an hour. The page is at rest: a request under way would renew its session, or end with it.
+async function letTimePass({ page, state }) {
+  await quiet(page);
   const folder = `${state}/usr/kest/var/session`;
   const anHourAgo = Date.now() / 1000 - 3600;
   for (const name of await readdir(folder)) await utimes(`${folder}/${name}`, anHourAgo, anHourAgo);
@@ -33,10 +35,10 @@ async function letTimePass(state) {
 
 test("A session that timed out leads to the login, says so, and leads back to the form", () =>
   withSite("session-timeout", async (site) => {
-    const { page, url, state, shot } = site;
+    const { page, url, shot } = site;
     await openGeneral(site);
     await openForm(page);
-    await letTimePass(state);
+    await letTimePass(site);
     await page.click("#save");
     await settle(page);
     assert.equal(await page.textContent("#notice"), "Your session has ended after some time without activity. Please log in again.");
@@ -52,7 +54,7 @@ test("The words are German for a German browser", () =>
     async (site) => {
       await openGeneral(site);
       await openForm(site.page);
-      await letTimePass(site.state);
+      await letTimePass(site);
       await site.page.reload();
       await settle(site.page);
       assert.match(await site.page.textContent("#notice"), /^Ihre Sitzung wurde nach l\u00e4ngerer Unt\u00e4tigkeit beendet/);
@@ -100,13 +102,13 @@ test("A request that the appliance cannot serve is said on the page, which stays
     const draft = page.waitForResponse((reply) => reply.url().endsWith("/draft.cgi") && reply.status() === 413);
     await page.fill("#timezone", "x".repeat(1_100_000));
     await draft;
-    await page.click("#save");
+    // The same words as those that the save shows.
     await page.waitForSelector("#notice.error");
+    await save(page, "error");
     assert.equal(await page.textContent("#notice"), "The appliance could not carry out this request. Please try again.");
     assert.equal(page.url(), `${url}/general.html`);
     assert.equal(await page.isEnabled("#save"), true);
     await page.fill("#timezone", "UTC");
     await shot("said");
-    await page.click("#save");
-    await page.waitForSelector("#notice.success");
+    await save(page, "success");
   }));

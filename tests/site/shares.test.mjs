@@ -4,7 +4,7 @@ import { stat } from "node:fs/promises";
 import path from "node:path";
 import { test } from "node:test";
 import { withSite } from "./harness.mjs";
-import { errorBeside, focused, goByNavigation, saved, tabTo, typeInto } from "./person.mjs";
+import { errorBeside, focused, goByNavigation, save, saved, tabTo, typeInto } from "./person.mjs";
 
 const kDescription = "Bilder f\u00fcr alle \u{1F4F7}";
 const kPassphrase = "correct horse battery";
@@ -22,12 +22,6 @@ const isFolder = async ({ state }, name) => (await stat(path.join(state, "volume
 const rowOf = (page, name) => page.locator(`#shares tbody tr[data-name="${name}"]`);
 const namesIn = (page, list) => page.$$eval(`#${list}-label + .chips > li > :first-child`, (names) => names.map(({ textContent }) => textContent));
 const opened = (page, section) => page.waitForSelector(`#${section}:not([hidden])`);
-
-// What was said before goes with the click.
-async function save(page, outcome) {
-  await page.click("#save");
-  await page.waitForSelector(`#notice.${outcome}`);
-}
 
 // Types the beginning of a name and takes the first that is offered.
 async function choose(page, list, beginning, name) {

@@ -8,9 +8,10 @@ const kChunk = Buffer.alloc(256 * 1024, "0123456789abcdef");
 ///   cookie      Cookie header of a session
 ///   stopAfter   the connection is cut once so many bytes of the file are sent; the result is then null
 ///   pause_ms    waited after each chunk
+///   beforeEnd   called and waited for when the whole file is sent, but not the end of the body
 ///   chunkBytes  how much is sent at once
 /// @return { status, headers, text }
-export function upload(url, { cookie, size, name = "file.bin", folder = "/public", stopAfter = Infinity, pause_ms = 0, chunkBytes = kChunk.length }) {
+export function upload(url, { cookie, size, name = "file.bin", folder = "/public", stopAfter = Infinity, pause_ms = 0, beforeEnd, chunkBytes = kChunk.length }) {
   const head = Buffer.from(
     `--${kBoundary}\r\nContent-Disposition: form-data; name="file"; filename="${name}"\r\n` +
       "Content-Type: application/octet-stream\r\n\r\n",
@@ -36,7 +37,7 @@ export function upload(url, { cookie, size, name = "file.bin", folder = "/public
     });
     // A server that has answered early stops reading: its reply counts, not the broken pipe.
     request.on("error", (error) => (cut ? resolve(null) : answered || reject(error)));
-    sendBody(request, { head, tail, size, stopAfter, pause_ms, chunkBytes, finished: () => answered }).then((complete) => {
+    sendBody(request, { head, tail, size, stopAfter, pause_ms, beforeEnd, chunkBytes, finished: () => answered }).then((complete) => {
       if (complete) return;
       cut = true;
       request.destroy();
@@ -45,7 +46,7 @@ export function upload(url, { cookie, size, name = "file.bin", folder = "/public
   });
 }
 
-async function sendBody(request, { head, tail, size, stopAfter, pause_ms, chunkBytes, finished }) {
+async function sendBody(request, { head, tail, size, stopAfter, pause_ms, beforeEnd, chunkBytes, finished }) {
   request.write(head);
   for (let sent = 0; sent < size && !finished(); ) {
     if (sent >= stopAfter) return false;
@@ -54,6 +55,7 @@ async function sendBody(request, { head, tail, size, stopAfter, pause_ms, chunkB
     sent += part.length;
     if (pause_ms > 0) await new Promise((resolve) => setTimeout(resolve, pause_ms));
   }
+  await beforeEnd?.();
   request.end(tail);
   return true;
 }

@@ -1,11 +1,11 @@
 // The virtual hosts in front of a person: each save is served when the page says so.
 import assert from "node:assert/strict";
 import { mkdir, readFile, writeFile } from "node:fs/promises";
-import net from "node:net";
 import path from "node:path";
 import { test } from "node:test";
 import { withSite } from "./harness.mjs";
-import { errorBeside, focused, tabTo, typeInto } from "./person.mjs";
+import { freePort } from "./inside.mjs";
+import { errorBeside, focused, save, tabTo, typeInto } from "./person.mjs";
 
 const kHost = "shop.example";
 
@@ -15,27 +15,12 @@ async function openVHosts({ page, url, login }) {
   await page.waitForSelector("#status:not(:empty)");
 }
 
-function freePort() {
-  return new Promise((resolve) => {
-    const server = net.createServer().listen(0, "127.0.0.1", () => {
-      const { port } = server.address();
-      server.close(() => resolve(port));
-    });
-  });
-}
-
 async function makePage({ state }, folder, words) {
   await mkdir(path.join(state, "var/services/web", folder), { recursive: true });
   await writeFile(path.join(state, "var/services/web", folder, "index.html"), `<!doctype html><html lang="en"><title>Shop</title><h1>${words}</h1></html>`);
 }
 
 const httpFile = ({ state }) => readFile(path.join(state, "usr/kest/etc/httpd-vhost.conf-user"), "utf8");
-
-// What was said of the save before goes with the click.
-async function save(page, outcome) {
-  await page.click("#save");
-  await page.waitForSelector(`#notice.${outcome}`);
-}
 
 async function fill(page, { host = kHost, folder = "shop", vhosttype = "0", port }) {
   await page.fill("#host", host);
@@ -71,8 +56,7 @@ test("A host that is added with the keyboard answers in the browser, is changed,
       await shot("served");
 
       await page.click("#host-0");
-      await page.waitForSelector("h1");
-      assert.equal(page.url(), `http://${kHost}:${port}/`);
+      await page.waitForURL(`http://${kHost}:${port}/`);
       assert.equal(await page.textContent("h1"), "The shop");
       await page.goBack();
       await page.waitForSelector("#host-0");

@@ -5,7 +5,7 @@ import path from "node:path";
 import { test } from "node:test";
 import { agents } from "../program/agents.mjs";
 import { withSite } from "./harness.mjs";
-import { processesOf, rootOf } from "./inside.mjs";
+import { comesTrue, processesOf, rootOf } from "./inside.mjs";
 import { errorBeside, focused, tabTo, typeInto } from "./person.mjs";
 import { projectDir } from "./server.mjs";
 
@@ -17,9 +17,10 @@ const hold = (state) => writeFile(`${state}/tmp/hold-formatting`, "");
 const letGo = (state) => rm(`${state}/tmp/hold-formatting`);
 const wantFailure = (state) => writeFile(`${state}/tmp/fail-formatting`, "");
 
-// Who has started the making of the file system: other programs of that name only look.
+// Who has started the making of the file system: other programs of that name only look. It says how far it is before it starts.
 async function workerOf(server) {
-  const maker = (await processesOf(server)).find(({ name }) => name === "mkfs.ext4");
+  let maker;
+  assert.ok(await comesTrue(async () => (maker = (await processesOf(server)).find(({ name }) => name === "mkfs.ext4"))), "no file system is made");
   return Number(/^PPid:\s+(\d+)$/m.exec(await readFile(`/proc/${maker.pid}/status`, "utf8"))[1]);
 }
 

@@ -6,6 +6,7 @@ import { agents } from "../program/agents.mjs";
 import { sessionCookie, withSite } from "./harness.mjs";
 import { rootOf } from "./inside.mjs";
 import { tabTo } from "./person.mjs";
+import { quiet } from "./traffic.mjs";
 
 const kMiB = 1024 * 1024;
 const kMemory = ["--disk", "/volume1", String(64 * kMiB), "--tmpfs", "/volume2", String(20 * kMiB), "--tmpfs", "/volumeUSB1/usbshare", String(8 * kMiB)];
@@ -127,6 +128,7 @@ test("The browser's second request for an unchanged list gets 304, and a changed
       for (let again = 2; again <= 4; ++again) {
         await page.click("#refresh");
         assert.equal((await replies(again)).at(-1).status, 304, `request ${again}`);
+        await quiet(page);
         await listed(page, "4 volumes");
         assert.equal((await cards(page)).length, 4);
       }
