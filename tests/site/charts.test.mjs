@@ -159,5 +159,5 @@ test("What goes wrong is said in words", () =>
     await page.route("**/lib/chart.js", (route) => route.abort());
     await page.goto(`${url}/charts.html`);
     await page.waitForSelector("#volumes details[open] td");
-    assert.match(await page.textContent("#volumes .chart-message"), /The figures are in the table/);
+    await page.waitForFunction(() => /The figures are in the table/.test(document.querySelector("#volumes .chart-message").textContent));
   }));
