@@ -5,10 +5,12 @@
 //        {"errors": {field: message}, "success": false}, {"errinfo": {"sec", "key"}, "success": false}
 //
 // Each field is the setting of the same name.
-#include <sys/stat.h>
+#include <tarvel/webutils.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "languages.h"
 #include "name_text.h"
@@ -37,12 +39,10 @@ void Declare(FormValidator& form) {
   form.AddIntegerList("log_level", log_levels, 4);
 }
 
-// Without "." in its alphabet a name cannot leave the folder of the zones.
+// One that the appliance offers (time_zones.cgi): beside the zones its folder has files that are none.
 bool IsTimeZone(const std::string& name) {
-  static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_+-/";
-  struct stat zone;
-  return name.find_first_not_of(kAlphabet) == std::string::npos &&
-         stat(("/usr/share/zoneinfo/" + name).c_str(), &zone) == 0 && S_ISREG(zone.st_mode);
+  const std::vector<std::string> zones = WebUtils::EnumTimeZones();
+  return std::find(zones.begin(), zones.end(), name) != zones.end();
 }
 
 class GeneralForm : public site::SettingsForm {

@@ -38,6 +38,12 @@ async function offer({ saved, values }) {
   at('draft').hidden = false;
 }
 
+// The form can be filled in before they are there.
+async function offerTimeZones() {
+  const reply = await get('time_zones');
+  if (reply.success) at('timezones').append(...reply.data.time_zones.map((zone) => new Option(zone)));
+}
+
 form.addEventListener('submit', async (event) => {
   event.preventDefault();
   at('save').disabled = true;
@@ -45,12 +51,12 @@ form.addEventListener('submit', async (event) => {
   at('save').disabled = false;
 });
 
-for (const zone of Intl.supportedValuesOf('timeZone')) at('timezones').append(new Option(zone));
 prepareForm(form);
 await enterPage();
 const reply = await get('general', { action: 'load' });
 if (reply.success) {
   fillForm(form, reply.data);
+  offerTimeZones();
   const found = await draft.find(reply.data);
   if (found) await offer(found);
 }

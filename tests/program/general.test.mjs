@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import { readFileSync, writeFileSync } from "node:fs";
 import { before, test } from "node:test";
-import { keepSettings, login, makeAccounts, run, settings, settingsFile, writeSetting } from "./program.mjs";
+import { assertSessionRefused, keepSettings, login, makeAccounts, run, settings, settingsFile, writeSetting } from "./program.mjs";
 
 const kInvalid = "The field is not valid.";
 const values = {
@@ -60,6 +60,8 @@ const refusals = [
   ["timezone", "../../../etc/passwd", "This time zone is not known."],
   ["timezone", "Europe", "This time zone is not known."],
   ["timezone", "x".repeat(100000), "This time zone is not known."],
+  ["timezone", "leapseconds", "This time zone is not known."],
+  ["timezone", "Europe/berlin", "This time zone is not known."],
   ["admin_port_http", "0", kInvalid],
   ["admin_port_http", "65536", kInvalid],
   ["admin_port_http", "12a", kInvalid],
@@ -111,6 +113,22 @@ for (const [field, value] of taken) {
     assert.deepEqual(apply({ [field]: value }).json, { data: { ...values, [field]: value }, success: true });
   });
 }
+
+test("The time zones that are offered are those of the appliance, and are taken", (t) => {
+  keepSettings(t);
+  const zones = run("time_zones", { cookie }).json.data.time_zones;
+  assert.equal(zones[0], "UTC");
+  assert.ok(zones.length > 300, `${zones.length} zones`);
+  for (const zone of ["Europe/Berlin", zones.at(-1)]) {
+    assert.ok(zones.includes(zone), zone);
+    assert.equal(apply({ timezone: zone }).json.data.timezone, zone);
+  }
+});
+
+test("Time zones are told to administrators", () => {
+  assertSessionRefused(run("time_zones", { cookie: login("anna") }), "unauth", "login", "error_noprivilege");
+  assertSessionRefused(run("time_zones"), "timeout", "login", "error_timeout");
+});
 
 test("Every bad field has its message, also one that is missing", () => {
   const form = { action: "apply", ...values, admin_port_http: "x", allowed_mask: "y" };

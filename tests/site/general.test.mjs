@@ -72,6 +72,7 @@ test("All bad fields are marked at once, and mended one by one", () =>
     assert.equal(await page.locator("[aria-invalid]").count(), 4);
     assert.match(await page.textContent("#notice"), /4 fields/);
     await shot("marked");
+    await page.waitForFunction(() => [...document.querySelectorAll("#timezones option")].some(({ value }) => value === "Europe/Berlin"));
     await page.fill("#timezone", "Europe/Berlin");
     await page.fill("#admin_port_http", "5080");
     await page.fill("#maintenance_date", "2027/03/14");
