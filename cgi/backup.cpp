@@ -8,10 +8,13 @@
 //        or with the failure: {"errors": {field: message}, "success": false}, {"errinfo": {"sec", "key"}, "success":
 //        false}
 //
+// The data also say "zone", the clock by which a task starts: "UTC", or "UTC+05:30" as it is now.
+//
 // Of "schedule" = "basic" the fields "start" and "basic_weekday" count, of "advance" "start", the seven days,
 // "frequency" and "lasttime".
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 
 #include "backup_store.h"
@@ -38,6 +41,17 @@ bool ReadTime(const std::string& text, site::BackupSchedule& schedule) {
   return schedule.hour <= 23 && schedule.minute <= 59;
 }
 
+// The scheduler goes by the machine's clock, not by the setting "timezone" nor by the browser's.
+std::string Zone() {
+  const time_t now = time(nullptr);
+  struct tm local;
+  char offset[8] = "";
+  if (localtime_r(&now, &local) != nullptr) strftime(offset, sizeof offset, "%z", &local);
+  const std::string digits = offset;  // "+hhmm"
+  if (digits.size() != 5 || digits.substr(1) == "0000") return "UTC";
+  return "UTC" + digits.substr(0, 3) + ":" + digits.substr(3);
+}
+
 Json::Value Fields(const std::string& name, const site::BackupTask& task, bool enabled) {
   const site::BackupSchedule& schedule = task.schedule;
   Json::Value data;
@@ -52,6 +66,7 @@ Json::Value Fields(const std::string& name, const site::BackupTask& task, bool e
   for (int day = 0; day < 7; ++day) data[kDays[day]] = (schedule.days >> day & 1) != 0 ? "on" : "off";
   data["frequency"] = std::to_string(schedule.every);
   data["lasttime"] = std::to_string(schedule.last_hour);
+  data["zone"] = Zone();
   return data;
 }
 

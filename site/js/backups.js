@@ -87,7 +87,11 @@ async function openEditor(task) {
   at('name-field').hidden = Boolean(task);
   at('kind').disabled = Boolean(task);
   showMode();
-  await Promise.all([translate(form), task ? setText(at('editor-title'), 'backups:task', { value: task }) : setText(at('editor-title'), 'backups:new')]);
+  await Promise.all([
+    translate(form),
+    setText(at('start-hint'), 'backups:start_hint', { value: reply.data.zone }),
+    task ? setText(at('editor-title'), 'backups:task', { value: task }) : setText(at('editor-title'), 'backups:new'),
+  ]);
   at('editor').hidden = false;
   (task ? at('enable') : at('name')).focus();
 }

@@ -40,6 +40,15 @@ test("A new task is in the list, in the scheduler, in the crontab and in the eve
   assert.deepEqual(events(), [{ category: "5", level: "1", event: "0x12400010", texts: [" Time: 03:30 Days: daily", "photos", "", ""] }]);
 });
 
+for (const [zone, told] of [["UTC", "UTC"], ["Asia/Kolkata", "UTC+05:30"], ["Etc/GMT+3", "UTC-03:00"]]) {
+  test(`A machine whose clock is that of ${zone} says ${told}, whatever the setting is`, () => {
+    const ask = (query) => run("backup", { query: { action: "load", ...query }, cookie, env: { TZ: zone } }).json.data.zone;
+    assert.equal(ask({}), told);
+    apply();
+    assert.equal(ask({ task: "photos" }), told);
+  });
+}
+
 test("The summary is in the language of the request", () => {
   apply({ schedule: "advance", schedule_mon: "on", schedule_fri: "on", frequency: "2", lasttime: "17" });
   assert.equal(list()[0].summary, "Time: 03:30 ~ 17:30, every 2 h Days: Monday,Friday");

@@ -36,6 +36,7 @@ test("A task is made, and its schedule stands in the list and in the event log",
     assert.deepEqual(await tasks(page), []);
     await shot("empty");
     await openTaskForm(page);
+    assert.match(await page.textContent("#start-hint"), /^By the clock of the appliance: UTC([+-]\d\d:\d\d)?\.$/);
     await shot("form");
     await makeTask(page, { name: "Photos 2027", start: "03:07" });
     assert.equal(await page.isVisible("#editor"), false);
@@ -172,6 +173,7 @@ test("On a German phone the page fits its screen, and changes its words with the
       await fits("list");
       await page.click('#tasks button[id^="edit-"]');
       await page.waitForSelector("#editor:not([hidden])");
+      assert.match(await page.textContent("#start-hint"), /^Nach der Uhr des Ger\u00e4ts: UTC/);
       await fits("form");
       await page.click("#close");
       await page.click('#tasks button[id^="remove-"]');
