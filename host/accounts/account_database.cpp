@@ -2,6 +2,7 @@
 
 #include "host/accounts/directory_schema.h"
 #include "host/accounts/fold_name.h"
+#include "host/groups/member_change.h"
 
 namespace kest {
 namespace {
@@ -11,7 +12,8 @@ constexpr int kHashColumn = 14;
   "SELECT uid, name, gid, description, home, shell, email, expire_day, no_password_change, attributes, privilege," \
   " credential, login_serial,"                                                                                     \
   " EXISTS (SELECT 1 FROM members m WHERE m.uid = a.uid AND m.gid ="                                               \
-  " (SELECT gid FROM groups WHERE folded = 'administrators')), hash FROM accounts a "
+  " (SELECT gid FROM groups WHERE folded = 'administrators')), hash,"                                              \
+  " EXISTS (SELECT 1 FROM home_moves h WHERE h.uid = a.uid) FROM accounts a "
 
 void Fill(const Statement& row, Account* out) {
   out->uid = row.Int(0);
@@ -28,6 +30,7 @@ void Fill(const Statement& row, Account* out) {
   out->credential = row.Number(11);
   out->login_serial = row.Number(12);
   out->administrator = row.Int(13) != 0;
+  out->home_is_moving = row.Int(15) != 0;
 }
 
 }  // namespace
@@ -103,7 +106,7 @@ Lookup AccountDatabase::Insert(const Account& account, const std::string& hash) 
   insert.Bind(5, account.description).Bind(6, account.home).Bind(7, account.shell).Bind(8, account.email);
   const Lookup added = Apply(insert.Bind(9, account.expire_day));
   if (added != Lookup::kFound) return added;
-  return account.administrator ? SetAdministrator(account.name, true) : added;
+  return account.administrator ? ChangeAdministrators(account.name, true) : added;
 }
 
 Lookup AccountDatabase::SetPassword(const std::string& name, const std::string& hash) {
@@ -122,6 +125,14 @@ Lookup AccountDatabase::SetApplications(const std::string& name, int application
 }
 
 Lookup AccountDatabase::SetAdministrator(const std::string& name, bool administrator) {
+  Transaction transaction(*database_);
+  if (!transaction.open()) return Lookup::kFailed;
+  const Lookup changed = ChangeAdministrators(name, administrator);
+  if (changed != Lookup::kFound) return changed;
+  return transaction.Commit() ? changed : Lookup::kFailed;
+}
+
+Lookup AccountDatabase::ChangeAdministrators(const std::string& name, bool administrator) {
   Account account;
   const Lookup found = Find(name, &account);
   if (found != Lookup::kFound) return found;
@@ -129,7 +140,8 @@ Lookup AccountDatabase::SetAdministrator(const std::string& name, bool administr
                    administrator
                        ? "INSERT OR IGNORE INTO members (gid, uid) SELECT gid, ? FROM groups WHERE folded = ?"
                        : "DELETE FROM members WHERE uid = ? AND gid = (SELECT gid FROM groups WHERE folded = ?)");
-  return change.Bind(1, account.uid).Bind(2, kAdministrators).Run() ? Lookup::kFound : Lookup::kFailed;
+  if (!change.Bind(1, account.uid).Bind(2, kAdministrators).Run()) return Lookup::kFailed;
+  return NoteChangedMembers(*database_, kAdministratorsGid) ? Lookup::kFound : Lookup::kFailed;
 }
 
 Lookup AccountDatabase::Remove(const std::string& name) {

@@ -46,7 +46,9 @@ class AccountDatabase {
  private:
   Lookup Read(Statement& query, Account* out, std::string* hash);
   Lookup Apply(Statement& change);
+  // Callers hold a Transaction.
   Lookup Insert(const Account& account, const std::string& hash);
+  Lookup ChangeAdministrators(const std::string& name, bool administrator);
 
   std::shared_ptr<Database> database_;
 };

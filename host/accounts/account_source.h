@@ -30,8 +30,9 @@ struct Account {
   int attributes = 1;
   int privilege = 3;
   bool administrator = false;
-  int64_t credential = 0;    // changes with every new password
-  int64_t login_serial = 0;  // counts the logins made while an account may have one session only
+  bool home_is_moving = false;  // or a killed process has left it on its way
+  int64_t credential = 0;       // changes with every new password
+  int64_t login_serial = 0;     // counts the logins made while an account may have one session only
 };
 
 enum class Lookup { kFound, kAbsent, kFailed };

@@ -90,20 +90,60 @@ int Create(Database& database, const NewState& state) {
   return Write(database, database.LastNumber(), state);
 }
 
-int Change(Database& database, const char* existing, NewState* state, HomeMove* home) {
+// An account as it is stored, as far as its change depends on it.
+struct Stored {
+  int64_t uid = -1;
+  std::string name, home;
+
+  // Whether its home lies where homes lie as a rule, and goes with the name.
+  bool HomeFollows(const NewState& state) const {
+    return state.name != name && home == UsualHome(name) && state.home == home;
+  }
+};
+
+int Find(Database& database, const char* existing, Stored* out) {
   Statement query(database, "SELECT uid, name, home FROM accounts WHERE folded = ?");
   if (!query.Bind(1, FoldName(existing)).Row()) return query.failed() ? DatabaseFailure() : -kErrorNoSuchObject;
-  const int uid = query.Int(0);
-  const std::string name = query.Text(1), old_home = query.Text(2);
-  // Somebody else has been given the name since the record was read.
-  if (state->numbers.uid != -1 && state->numbers.uid != uid) return -kErrorNoSuchObject;
-  if (state->name == name) return Write(database, uid, *state);
+  *out = {query.Number(0), query.Text(1), query.Text(2)};
+  return 0;
+}
 
-  if (const int refused = RefusalOfName(database, state->name, uid)) return refused;
-  const bool home_follows = old_home == UsualHome(name) && state->home == old_home;
+// What has to be on the disk before a home is touched.
+int NoteHome(Database& database, const char* existing, const NewState& state) {
+  Stored stored;
+  if (existing == nullptr || Find(database, existing, &stored) != 0 || !stored.HomeFollows(state)) return 0;
+  if (RefusalOfName(database, state.name, stored.uid) != 0) return 0;
+  return HomeMove::Note(database, stored.uid, stored.home, UsualHome(state.name)) ? 0 : DatabaseFailure();
+}
+
+int Change(Database& database, const char* existing, NewState* state, HomeMove* home) {
+  Stored stored;
+  if (const int failed = Find(database, existing, &stored)) return failed;
+  // Somebody else has been given the name since the record was read.
+  if (state->numbers.uid != -1 && state->numbers.uid != stored.uid) return -kErrorNoSuchObject;
+  if (state->name == stored.name) return Write(database, stored.uid, *state);
+
+  if (const int refused = RefusalOfName(database, state->name, stored.uid)) return refused;
+  const bool home_follows = stored.HomeFollows(*state);
   if (home_follows) state->home = UsualHome(state->name);
-  if (const int failed = Write(database, uid, *state)) return failed;
-  return home_follows ? home->Move(old_home, state->home) : 0;
+  if (const int failed = Write(database, stored.uid, *state)) return failed;
+  return home_follows ? home->Move(database, stored.uid, stored.home, state->home) : 0;
+}
+
+// All of them in one transaction.
+int Store(Database& database, const char* const* existing, std::vector<NewState>* states) {
+  std::list<HomeMove> homes;
+  Transaction transaction(database);
+  if (!transaction.open()) return DatabaseFailure();
+  for (size_t i = 0; i < states->size(); ++i) {
+    NewState& state = (*states)[i];
+    const int failed =
+        existing[i] == nullptr ? Create(database, state) : Change(database, existing[i], &state, &homes.emplace_back());
+    if (failed != 0) return failed;
+  }
+  if (!transaction.Commit()) return DatabaseFailure();
+  for (HomeMove& home : homes) home.Keep();
+  return 0;
 }
 
 }  // namespace
@@ -115,18 +155,15 @@ int SaveAccounts(Database& database, const char* const* existing, KESTUSER* cons
     states.emplace_back(*records[i]);
     if (const int refused = Prepare(*records[i], existing[i] == nullptr, &states.back())) return refused;
   }
-  std::list<HomeMove> homes;
-  Transaction transaction(database);
-  if (!transaction.open()) return DatabaseFailure();
-  for (int i = 0; i < count; ++i) {
-    NewState& state = states[static_cast<size_t>(i)];
-    const int failed =
-        existing[i] == nullptr ? Create(database, state) : Change(database, existing[i], &state, &homes.emplace_back());
-    if (failed != 0) return failed;
+  // One that cannot be brought back is in the log, and no reason to change no account any more.
+  RecoverHomes(database);
+  for (size_t i = 0; i < states.size(); ++i) {
+    if (const int failed = NoteHome(database, existing[i], states[i])) return failed;
   }
-  if (!transaction.Commit()) return DatabaseFailure();
-  for (HomeMove& home : homes) home.Keep();
-  return 0;
+  const int failed = Store(database, existing, &states);
+  // What was noted and not done is taken back at once; where that fails, too, by whoever comes next.
+  if (failed != 0) RecoverHomes(database);
+  return failed;
 }
 
 int CountAccounts(Database& database) {

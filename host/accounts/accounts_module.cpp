@@ -14,6 +14,7 @@
 #include "host/accounts/expiry.h"
 #include "host/accounts/failure_table.h"
 #include "host/accounts/fold_name.h"
+#include "host/accounts/home_move.h"
 #include "host/accounts/membership.h"
 #include "host/accounts/packed_text.h"
 
@@ -92,16 +93,31 @@ int ToRecord(Lookup found, const Account& account, KESTUSER** out) {
   return *out == nullptr ? -1 : 1;
 }
 
-int Record(const char* name, KESTUSER** out) {
+// Whoever is given a record looks into the home next: it has to be where the record says. What cannot be moved is in
+// the log.
+void BringHomesBack() {
+  const auto directory = Directory();
+  if (directory != nullptr) RecoverHomes(*directory);
+}
+
+// `find` is asked again after a move that is still going on has been waited for.
+template <typename Find>
+int RecordOf(const Find& find, KESTUSER** out) {
   Account account;
-  const Lookup found = SourceOf(name).Find(name, &account);
+  Lookup found = find(&account);
+  if (found == Lookup::kFound && account.home_is_moving) {
+    BringHomesBack();
+    found = find(&account);
+  }
   return ToRecord(found, account, out);
 }
 
+int Record(const char* name, KESTUSER** out) {
+  return RecordOf([=](Account* account) { return SourceOf(name).Find(name, account); }, out);
+}
+
 int RecordByUid(int uid, KESTUSER** out) {
-  Account account;
-  const Lookup found = FindAnywhere(uid, &account);
-  return ToRecord(found, account, out);
+  return RecordOf([=](Account* account) { return FindAnywhere(uid, account); }, out);
 }
 
 int NameSource(const char* name) { return DomainSource().Owns(name) ? 2 : 1; }

@@ -79,6 +79,20 @@ CREATE TABLE share_moves (
   state INTEGER NOT NULL DEFAULT 0
 ) STRICT;
 )",
+    // Folders that are behind the members of a group, and homes on their way: whoever comes next ends what a killed
+    // process has begun.
+    R"(
+CREATE TABLE share_renders (
+  share INTEGER PRIMARY KEY REFERENCES shares ON DELETE CASCADE,
+  changes INTEGER NOT NULL DEFAULT 1,
+  begun INTEGER NOT NULL DEFAULT 0
+) STRICT;
+CREATE TABLE home_moves (
+  uid INTEGER PRIMARY KEY REFERENCES accounts ON DELETE CASCADE,
+  source TEXT NOT NULL,
+  target TEXT NOT NULL
+) STRICT;
+)",
 };
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "host/accounts/fold_name.h"
 #include "host/database/database_error.h"
 #include "host/groups/group_record.h"
+#include "host/groups/member_change.h"
 #include "host/klib/error_code.h"
 
 namespace kest {
@@ -109,7 +110,7 @@ int FindGroupRecord(Database& database, const char* name, KESTGROUP** out) {
   return ReadGroupRecord(database, query, out);
 }
 
-int SaveGroup(Database& database, const char* existing_or_null, const KESTGROUP& group, int* changed_gid) {
+int SaveGroup(Database& database, const char* existing_or_null, const KESTGROUP& group, bool* changed) {
   const std::string name = group.name == nullptr ? "" : group.name;
   Transaction transaction(database);
   if (!transaction.open()) return DatabaseFailure();
@@ -117,11 +118,9 @@ int SaveGroup(Database& database, const char* existing_or_null, const KESTGROUP&
   const int failed = existing_or_null == nullptr ? Create(database, name, group, &gid)
                                                  : Rename(database, existing_or_null, name, group, &gid);
   if (failed != 0) return failed;
-  bool changed = false;
-  if (const int refused = SetMembers(database, gid, group.members, &changed)) return refused;
-  if (!transaction.Commit()) return DatabaseFailure();
-  *changed_gid = changed && existing_or_null != nullptr ? gid : 0;
-  return 0;
+  if (const int refused = SetMembers(database, gid, group.members, changed)) return refused;
+  const bool noted = !*changed || NoteChangedMembers(database, gid);
+  return noted && transaction.Commit() ? 0 : DatabaseFailure();
 }
 
 int ReadGroupDescription(Database& database, const char* name, std::string* text, int* gid) {
@@ -152,7 +151,8 @@ int SetMember(Database& database, const char* group, const char* account, bool m
   if (gid == kUsersGid) return -kErrorBadParameter;
   Statement change(database, member ? "INSERT OR IGNORE INTO members (gid, uid) VALUES (?, ?)"
                                     : "DELETE FROM members WHERE gid = ? AND uid = ?");
-  return change.Bind(1, gid).Bind(2, uids.front()).Run() && transaction.Commit() ? 0 : DatabaseFailure();
+  const bool done = change.Bind(1, gid).Bind(2, uids.front()).Run() && NoteChangedMembers(database, gid);
+  return done && transaction.Commit() ? 0 : DatabaseFailure();
 }
 
 int RemoveGroup(Database& database, const char* name) {
@@ -163,7 +163,7 @@ int RemoveGroup(Database& database, const char* name) {
   if (const int failed = Find(database, name, &gid, &stored)) return failed;
   if (KeepsItsName(gid)) return -kErrorDenied;
   Statement primary(database, "UPDATE accounts SET gid = ? WHERE gid = ?");
-  if (!primary.Bind(1, kUsersGid).Bind(2, gid).Run()) return DatabaseFailure();
+  if (!primary.Bind(1, kUsersGid).Bind(2, gid).Run() || !NoteRemovedGroup(database, gid)) return DatabaseFailure();
   Statement change(database, "DELETE FROM groups WHERE gid = ?");
   return change.Bind(1, gid).Run() && transaction.Commit() ? 0 : DatabaseFailure();
 }

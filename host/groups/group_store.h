@@ -17,8 +17,8 @@ namespace kest {
 
 // A record in one block of malloc(), its members by their uids.
 int FindGroupRecord(Database& database, const char* name, KESTGROUP** out);
-// `changed_gid` receives the group's number when an existing group has got other members, else 0.
-int SaveGroup(Database& database, const char* existing_or_null, const KESTGROUP& group, int* changed_gid);
+// `changed` tells whether the group has got other members.
+int SaveGroup(Database& database, const char* existing_or_null, const KESTGROUP& group, bool* changed);
 int ReadGroupDescription(Database& database, const char* name, std::string* text, int* gid);
 int WriteGroupDescription(Database& database, const char* name, const std::string& text);
 

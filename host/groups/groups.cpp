@@ -34,9 +34,9 @@ void KESTGroupFree(KESTGROUP* group) { free(group); }
 int KESTGroupSet(const char* existing, KESTGROUP* group) {
   if (group == nullptr) return FailWith(kErrorBadParameter);
   const KestGroupsModule* groups = Groups();
-  int changed_gid = 0;
-  if (AnswerOf(groups == nullptr ? -kErrorSystem : groups->save(existing, group, &changed_gid)) < 0) return -1;
-  if (changed_gid != 0) kest::GroupMembersChanged(changed_gid);
+  bool changed = false;
+  if (AnswerOf(groups == nullptr ? -kErrorSystem : groups->save(existing, group, &changed)) < 0) return -1;
+  if (changed) kest::GroupMembersChanged();
   return 0;
 }
 

@@ -13,8 +13,8 @@ int Record(const char* name, KESTGROUP** out) {
   return AskDirectory([=](Database& database) { return FindGroupRecord(database, name, out); });
 }
 
-int Save(const char* existing_or_null, const KESTGROUP* group, int* changed_gid) {
-  return AskDirectory([=](Database& database) { return SaveGroup(database, existing_or_null, *group, changed_gid); });
+int Save(const char* existing_or_null, const KESTGROUP* group, bool* changed) {
+  return AskDirectory([=](Database& database) { return SaveGroup(database, existing_or_null, *group, changed); });
 }
 
 int ReadDescription(const char* name, char** text, int* gid) {

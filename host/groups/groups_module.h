@@ -10,8 +10,8 @@
 // named.
 struct KestGroupsModule {
   int (*record)(const char* name, KESTGROUP** out);
-  // *changed_gid: the group's number when an existing one has got other members, else 0.
-  int (*save)(const char* existing_or_null, const KESTGROUP* group, int* changed_gid);
+  // *changed: whether the group has got other members.
+  int (*save)(const char* existing_or_null, const KESTGROUP* group, bool* changed);
   int (*read_description)(const char* name, char** text, int* gid);
   int (*write_description)(const char* name, const char* text_or_null);
   int (*open_cursor)(KESTGROUPDB** cursor);

@@ -204,6 +204,15 @@ int RenderFolder(const char* path, const KestAcl* wanted, bool* changed) {
   return 0;
 }
 
+bool IsRendered(const char* path, const KestAcl* wanted) {
+  FileDescriptor folder;
+  if (!OpenFolder(path, &folder)) return false;
+  const struct stat appliance = Appliance();
+  const Acl access = ForFolder(appliance.st_uid, *wanted), inherited = ForNewOnes(appliance.st_uid, *wanted);
+  return access != nullptr && inherited != nullptr && IsSet(PathOf(folder), ACL_TYPE_ACCESS, access.get()) &&
+         IsSet(PathOf(folder), ACL_TYPE_DEFAULT, inherited.get());
+}
+
 int RenderBelow(const char* path, const KestAcl* wanted) {
   if (wanted->holds_homes) return 0;
   Tree tree(Appliance().st_uid, *wanted);

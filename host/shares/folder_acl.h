@@ -8,6 +8,7 @@ namespace kest {
 
 // As KestFoldersModule has them.
 int RenderFolder(const char* path, const KestAcl* wanted, bool* changed);
+bool IsRendered(const char* path, const KestAcl* wanted);
 int RenderBelow(const char* path, const KestAcl* wanted);
 
 }  // namespace kest

@@ -106,8 +106,8 @@ int Copy(const char* source, const char* target) {
 
 const KestFoldersModule* KestFoldersModuleTable(void) {
   static constexpr KestFoldersModule kTable = {
-      kest::Exists,      kest::Make,         kest::Rename,      kest::Copy,      kest::CopyInto,      kest::Remove,
-      kest::RemoveEmpty, kest::RenderFolder, kest::RenderBelow, kest::MakeVault, kest::CheckVaultKey, kest::OpenVault,
-      kest::CloseVault,  kest::IsOpenVault,  kest::StoreKey,    kest::LoadKey,   kest::RemoveKey};
+      kest::Exists,      kest::Make,         kest::Rename,      kest::Copy,        kest::CopyInto,  kest::Remove,
+      kest::RemoveEmpty, kest::RenderFolder, kest::IsRendered,  kest::RenderBelow, kest::MakeVault, kest::CheckVaultKey,
+      kest::OpenVault,   kest::CloseVault,   kest::IsOpenVault, kest::StoreKey,    kest::LoadKey,   kest::RemoveKey};
   return &kTable;
 }

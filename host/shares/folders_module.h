@@ -44,8 +44,10 @@ struct KestFoldersModule {
   // inherits that. *changed tells whether anything was different. A file system without access lists is logged and
   // keeps what it has.
   int (*render)(const char* path, const KestAcl* acl, bool* changed);
-  // The same for everything below it. What cannot be changed is counted in the log and passed over; a failure is what
-  // may go well another time.
+  // Whether the folder's list, and the one that is inherited from it, are these already.
+  bool (*is_rendered)(const char* path, const KestAcl* acl);
+  // The same as render() for everything below it. What cannot be changed is counted in the log and passed over; a
+  // failure is what may go well another time.
   int (*render_below)(const char* path, const KestAcl* acl);
 
   // Encrypted folders: vault.h. An open vault is a mount.

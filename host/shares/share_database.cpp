@@ -210,7 +210,10 @@ bool ShareDatabase::Moves(std::vector<ShareMove>* out) {
 }
 
 bool ShareDatabase::IsInterrupted(bool* answer) {
-  if (any_move_ == nullptr) any_move_ = std::make_unique<Statement>(*database_, "SELECT 1 FROM share_moves LIMIT 1");
+  if (any_move_ == nullptr) {
+    any_move_ = std::make_unique<Statement>(*database_,
+                                            "SELECT 1 FROM share_moves UNION ALL SELECT 1 FROM share_renders LIMIT 1");
+  }
   const ReadToTheEnd use(&any_move_);
   *answer = any_move_->Row();
   return !any_move_->failed();
@@ -224,11 +227,27 @@ bool ShareDatabase::IsMember(const std::string& user, const std::string& group, 
   return !query.failed();
 }
 
-bool ShareDatabase::SharesOfGroup(int64_t gid, std::vector<int64_t>* out) {
-  Statement query(*database_, "SELECT DISTINCT share FROM share_access WHERE gid = ?");
-  query.Bind(1, gid);
+bool ShareDatabase::Renders(std::vector<int64_t>* out) {
+  Statement query(*database_, "SELECT share FROM share_renders");
   while (query.Row()) out->push_back(query.Number(0));
   return !query.failed();
+}
+
+Lookup ShareDatabase::FindRender(int64_t share, ShareRender* out) {
+  Statement query(*database_, "SELECT changes, begun FROM share_renders WHERE share = ?");
+  if (!query.Bind(1, share).Row()) return query.failed() ? Lookup::kFailed : Lookup::kAbsent;
+  *out = {share, query.Number(0), query.Int(1) != 0};
+  return Lookup::kFound;
+}
+
+bool ShareDatabase::BeginRender(int64_t share) {
+  Statement update(*database_, "UPDATE share_renders SET begun = 1 WHERE share = ?");
+  return update.Bind(1, share).Run();
+}
+
+bool ShareDatabase::EndRender(const ShareRender& render) {
+  Statement remove(*database_, "DELETE FROM share_renders WHERE share = ? AND changes = ?");
+  return remove.Bind(1, render.share).Bind(2, render.changes).Run();
 }
 
 bool ShareDatabase::Named(int64_t share, ShareList list, std::set<int64_t>* uids, std::set<int64_t>* gids) {

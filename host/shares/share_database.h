@@ -46,6 +46,13 @@ struct ShareMove {
   State state = kBegun;
 };
 
+// A folder that is behind the members of a group.
+struct ShareRender {
+  int64_t share = 0;
+  int64_t changes = 0;  // how often since it was up to date
+  bool begun = false;   // somebody has set about it: what lies in the folder may differ from the folder itself
+};
+
 // What an access list names.
 struct AccessEntry {
   enum Kind { kAccount, kGroup, kElsewhere };
@@ -86,9 +93,14 @@ class ShareDatabase {
   bool Moves(std::vector<ShareMove>* out);
   bool IsInterrupted(bool* answer);
 
+  // The shares whose folders are behind, and one of them.
+  bool Renders(std::vector<int64_t>* out);
+  Lookup FindRender(int64_t share, ShareRender* out);
+  bool BeginRender(int64_t share);
+  // Unless there has been another change since `render` was read.
+  bool EndRender(const ShareRender& render);
+
   bool IsMember(const std::string& user, const std::string& group, bool* answer);
-  // The shares whose lists name a group.
-  bool SharesOfGroup(int64_t gid, std::vector<int64_t>* out);
   // Accounts and groups that a list names by number, and the members of such groups.
   bool Named(int64_t share, ShareList list, std::set<int64_t>* uids, std::set<int64_t>* gids);
   bool MembersOf(int64_t gid, std::set<int64_t>* uids);

@@ -26,32 +26,77 @@ int TakeBack(const KestFoldersModule& folders, const ShareMove& move) {
   return move.state == ShareMove::kCopied && is_in_place ? folders.remove(move.target.c_str()) : 0;
 }
 
+// A folder, and what its access list is to be.
+struct Wanted {
+  Share share;
+  ShareAcl list;
+  bool is_there = false;
+
+  const char* path() const { return share.path.c_str(); }
+};
+
+int Read(ShareDatabase& shares, const KestFoldersModule& folders, int64_t id, Wanted* out) {
+  const Lookup found = shares.FindById(id, &out->share);
+  if (found == Lookup::kFailed) return DatabaseFailure();
+  // Its disk may be away; whatever is done with the share when it is back renders it.
+  if (found == Lookup::kAbsent || !folders.exists(out->path())) return 0;
+  // Nobody is let into the folder of a closed vault; it is rendered when it is opened.
+  out->is_there = !IsLocked(folders, out->share);
+  return out->list.Read(shares, out->share) ? 0 : DatabaseFailure();
+}
+
+// One that has the list which it is to have is left alone, with all that is in it, unless somebody has set about it and
+// may have got no further.
+int BringUpToDate(ShareDatabase& shares, const KestFoldersModule& folders, const ShareRender& render) {
+  Wanted wanted;
+  if (int failure = Read(shares, folders, render.share, &wanted)) return failure;
+  if (!wanted.is_there) return 0;
+  const KestAcl acl = wanted.list.Get();
+  if (!render.begun) {
+    if (folders.is_rendered(wanted.path(), &acl)) return 0;
+    if (!shares.BeginRender(render.share)) return DatabaseFailure();
+  }
+  bool changed = false;
+  const int failure = folders.render(wanted.path(), &acl, &changed);
+  return failure != 0 ? failure : folders.render_below(wanted.path(), &acl);
+}
+
+// What fails is tried once more, by whoever comes next, and what this process may not do until one comes that may.
+int RenderOne(ShareDatabase& shares, const KestFoldersModule& folders, int64_t share) {
+  ShareRender render;
+  const Lookup found = shares.FindRender(share, &render);
+  if (found == Lookup::kFailed) return DatabaseFailure();
+  // Somebody was quicker.
+  if (found == Lookup::kAbsent) return 0;
+  const int failure = BringUpToDate(shares, folders, render);
+  if (failure != 0 && (!render.begun || failure == -kErrorDenied)) return failure;
+  if (!shares.EndRender(render)) return DatabaseFailure();
+  return failure;
+}
+
 }  // namespace
 
 int RenderShare(ShareDatabase& shares, const KestFoldersModule& folders, int64_t id, bool below_anyway) {
-  Share share;
-  const Lookup found = shares.FindById(id, &share);
-  if (found == Lookup::kFailed) return DatabaseFailure();
-  // Its disk may be away; whatever is done with the share when it is back renders it.
-  if (found == Lookup::kAbsent || !folders.exists(share.path.c_str())) return 0;
-  // Nobody is let into the folder of a closed vault; it is rendered when it is opened.
-  if (IsLocked(folders, share)) return 0;
-  ShareAcl rendered;
-  if (!rendered.Read(shares, share)) return DatabaseFailure();
-  const KestAcl acl = rendered.Get();
+  Wanted wanted;
+  if (int failure = Read(shares, folders, id, &wanted)) return failure;
+  if (!wanted.is_there) return 0;
+  const KestAcl acl = wanted.list.Get();
   bool changed = false;
-  if (int failure = folders.render(share.path.c_str(), &acl, &changed)) return failure;
+  if (int failure = folders.render(wanted.path(), &acl, &changed)) return failure;
   // Tried once more at most: it is in the log, and whoever reads the shares does not walk through folders for ever.
-  if (changed || below_anyway) folders.render_below(share.path.c_str(), &acl);
+  if (changed || below_anyway) folders.render_below(wanted.path(), &acl);
   return 0;
 }
 
-int RenderSharesOfGroup(ShareDatabase& shares, const KestFoldersModule& folders, int64_t gid) {
-  std::vector<int64_t> concerned;
-  if (!shares.SharesOfGroup(gid, &concerned)) return DatabaseFailure();
+int RenderChanged(ShareDatabase& shares, const KestFoldersModule& folders, int wait_s) {
+  std::vector<int64_t> behind;
+  if (!shares.Renders(&behind)) return DatabaseFailure();
   int result = 0;
-  for (const int64_t id : concerned) {
-    if (int failure = RenderShare(shares, folders, id, false)) result = failure;
+  for (const int64_t share : behind) {
+    const ShareLock lock(shares.locks(), share, wait_s);
+    if (lock.result() == -kErrorBusy) continue;
+    const int failure = lock.result() != 0 ? lock.result() : RenderOne(shares, folders, share);
+    if (failure != 0) result = failure;
   }
   return result;
 }

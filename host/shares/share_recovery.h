@@ -19,8 +19,10 @@ void FinishMove(ShareDatabase& shares, const KestFoldersModule& folders, const S
 
 // Renders a share's folder and, where that changes anything or anyway, all below it.
 int RenderShare(ShareDatabase& shares, const KestFoldersModule& folders, int64_t share, bool below_anyway);
-// The same for all shares whose lists name a group.
-int RenderSharesOfGroup(ShareDatabase& shares, const KestFoldersModule& folders, int64_t gid);
+
+// Renders the folders that are behind the members of a group. One that somebody is changing is waited for so long, and
+// then left to whoever comes next.
+int RenderChanged(ShareDatabase& shares, const KestFoldersModule& folders, int wait_s);
 
 }  // namespace kest
 

@@ -7,12 +7,12 @@
 
 namespace kest {
 
-void GroupMembersChanged(int gid) {
+void GroupMembersChanged() {
   const KestSharesModule* const shares = Shares();
   const KestFoldersModule* const folders = Folders();
   const bool usable = shares != nullptr && folders != nullptr;
-  const int result = usable ? Guarded([&] { return shares->group_changed(gid, folders); }) : -1;
-  if (result < 0) syslog(LOG_ERR, "folders whose access lists name group %d are not up to date", gid);
+  const int result = usable ? Guarded([&] { return shares->members_changed(folders); }) : -1;
+  if (result < 0) syslog(LOG_ERR, "folders whose access lists name a changed group are not up to date");
 }
 
 }  // namespace kest

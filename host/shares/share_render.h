@@ -3,10 +3,10 @@
 
 namespace kest {
 
-// To be called when the members of a group have changed: a folder's access list names accounts where a group is shut
-// out, and those that this concerns are written anew. What fails is in the log; the group has been changed all the
+// To be called when the members of a group have changed: the folders that this concerns, which are noted with the
+// change (host/groups/member_change.h), are rendered. What fails is in the log; the group has been changed all the
 // same.
-void GroupMembersChanged(int gid);
+void GroupMembersChanged();
 
 }  // namespace kest
 

@@ -114,9 +114,11 @@ int IsMember(const char* user, const char* group) {
   return answer ? 1 : 0;
 }
 
-int GroupChanged(int gid, const KestFoldersModule* folders) {
+int MembersChanged(const KestFoldersModule* folders) {
+  // As long as a save of a share takes as a rule; one that is copied now is rendered by whoever comes next.
+  constexpr int kWait_s = 1;
   ShareDatabase* const shares = Opened();
-  return shares == nullptr ? DatabaseFailure() : RenderSharesOfGroup(*shares, *folders, gid);
+  return shares == nullptr ? DatabaseFailure() : RenderChanged(*shares, *folders, kWait_s);
 }
 
 int IsInterrupted() {
@@ -128,15 +130,18 @@ int IsInterrupted() {
 
 int Recover(const KestFoldersModule* folders) {
   ShareDatabase* const shares = Opened();
-  return shares == nullptr ? DatabaseFailure() : RecoverShares(*shares, *folders);
+  if (shares == nullptr) return DatabaseFailure();
+  const int recovered = RecoverShares(*shares, *folders);
+  const int rendered = RenderChanged(*shares, *folders, 0);
+  return recovered != 0 ? recovered : rendered;
 }
 
 }  // namespace
 }  // namespace kest
 
 const KestSharesModule* KestSharesModuleTable(void) {
-  static constexpr KestSharesModule kTable = {kest::Record,       kest::Records,       kest::Visit,
-                                              kest::Set,          kest::Encrypt,       kest::IsMember,
-                                              kest::GroupChanged, kest::IsInterrupted, kest::Recover};
+  static constexpr KestSharesModule kTable = {kest::Record,  kest::Records,  kest::Visit,          kest::Set,
+                                              kest::Encrypt, kest::IsMember, kest::MembersChanged, kest::IsInterrupted,
+                                              kest::Recover};
   return &kTable;
 }

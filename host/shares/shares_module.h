@@ -40,8 +40,8 @@ struct KestSharesModule {
                  const KestFoldersModule* folders);
   // 1 when the account is a member of the group, 0 when not.
   int (*is_member)(const char* user, const char* group);
-  // Renders the folders anew whose lists a change of the group's members may concern.
-  int (*group_changed)(int gid, const KestFoldersModule* folders);
+  // Renders the folders anew that a change of a group's members may concern.
+  int (*members_changed)(const KestFoldersModule* folders);
   // 1 when a killed process has left a change half done; it is finished or taken back by `recover`.
   int (*is_interrupted)();
   int (*recover)(const KestFoldersModule* folders);

@@ -13,9 +13,11 @@
 #include "host/accounts/account_database.h"
 #include "host/accounts/account_name.h"
 #include "host/accounts/expiry.h"
+#include "host/accounts/home_move.h"
 #include "host/accounts/password.h"
 #include "host/groups/group_store.h"
 #include "host/klib/error_code.h"
+#include "platform/kestdir.h"
 
 namespace kest {
 namespace {
@@ -241,8 +243,8 @@ int AddGroup(AccountDatabase& accounts, const char* name, const char* text) {
   group.gid = -1;
   const std::string description = text == nullptr ? "" : text;
   if (!IsText(description)) return ReportGroup(-kErrorBadParameter);
-  int changed_gid = 0;
-  const int saved = SaveGroup(accounts.database(), nullptr, group, &changed_gid);
+  bool changed = false;
+  const int saved = SaveGroup(accounts.database(), nullptr, group, &changed);
   return ReportGroup(saved != 0 ? saved : WriteGroupDescription(accounts.database(), name, description));
 }
 
@@ -273,25 +275,31 @@ struct Command {
   int least;  // words behind it
   int most;
   int (*run)(AccountDatabase&, const char* name, const char* argument);
+  bool changes_members = false;
 };
 
 constexpr Command kCommands[] = {
-    {"add", 1, 2, Add},
+    {"add", 1, 2, Add, true},
     {"passwd", 1, 1, SetPassword},
     {"disable", 1, 1, Disable},
     {"enable", 1, 1, Enable},
     {"expire", 2, 2, Expire},
-    {"admin", 2, 2, SetAdministrator},
+    {"admin", 2, 2, SetAdministrator, true},
     {"applications", 2, 2, SetApplications},
     {"remove", 1, 1, Remove},
     {"list", 0, 0, List},
     {"load", 0, 0, Load},
     {"groupadd", 1, 2, AddGroup},
-    {"groupdel", 1, 1, RemoveOneGroup},
-    {"join", 2, 2, Join},
-    {"leave", 2, 2, Leave},
+    {"groupdel", 1, 1, RemoveOneGroup, true},
+    {"join", 2, 2, Join, true},
+    {"leave", 2, 2, Leave, true},
     {"groups", 0, 0, ListGroups},
 };
+
+// Folders from which a group is shut out name its members: whoever reads the shares brings them up to date. With no
+// connection of this program's own open: the library has another copy of SQLite, and of two that have one file open the
+// first to close it takes the other's locks away.
+void RenderFolders() { KESTShareDBClose(KESTShareDBOpen()); }
 
 int Run(int argc, char** argv) {
   for (const Command& command : kCommands) {
@@ -300,7 +308,12 @@ int Run(int argc, char** argv) {
     const bool makes = command.run == Add || command.run == Load;
     auto accounts = makes ? AccountDatabase::OpenOrCreate() : AccountDatabase::Open();
     if (accounts == nullptr) return Report(Lookup::kFailed, "");
-    return command.run(*accounts, argc > 2 ? argv[2] : nullptr, argc > 3 ? argv[3] : nullptr);
+    // Nobody gets a name at which another one's home has been left.
+    RecoverHomes(accounts->database());
+    const int result = command.run(*accounts, argc > 2 ? argv[2] : nullptr, argc > 3 ? argv[3] : nullptr);
+    accounts.reset();
+    if (result == kDone && command.changes_members) RenderFolders();
+    return result;
   }
   fputs(kUsage, stderr);
   return kWrongUsage;

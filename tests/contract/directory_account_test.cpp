@@ -1,5 +1,8 @@
 // Accounts stored, renamed, listed and counted.
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -12,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
+constexpr char kAccountsLog[] = "/usr/kest/etc/accounts.db-wal";
 constexpr int kNoSuchObject = 0x600, kTaken = 0x700, kBadParameter = 0xd00;
 const char kHostile[] = "'); DROP TABLE accounts; -- \" % _ \\ \xc3\xa4\xf0\x9f\x98\x80";
 
@@ -133,6 +137,95 @@ TEST_F(DirectoryAccount, ARenameIsRefusedWhileSomethingLiesWhereTheHomeShouldGo)
   EXPECT_TRUE(fs::exists("/var/services/homes/anna"));
   EXPECT_TRUE(fs::exists("/var/services/homes/dora/letters"));
   EXPECT_NE("", log_.Take());
+}
+
+// Keeps the database open in a process of its own, so that what others write is added to its log.
+class Reader {
+ public:
+  Reader() {
+    int ready[2];
+    if (pipe(ready) != 0) return;
+    pid_ = fork();
+    if (pid_ == 0) {
+      UserSlot slot;
+      KESTUserDBGetByCursor(KESTUserDBOpen(), &slot, AUTH_TYPE_LOCAL, 0);
+      _exit(write(ready[1], "x", 1) == 1 ? pause() : 1);
+    }
+    char byte = 0;
+    is_ready_ = read(ready[0], &byte, 1) == 1;
+    for (const int end : ready) close(end);
+  }
+  ~Reader() {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+  bool IsReady() const { return is_ready_; }
+
+ private:
+  pid_t pid_ = 0;
+  bool is_ready_ = false;
+};
+
+// How a process of its own ends that does this. It is killed when it writes to a file behind `most` bytes.
+int StatusOf(const std::function<bool()>& work, rlim_t most = RLIM_INFINITY) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    const rlimit no_core = {0, 0}, limit = {most, RLIM_INFINITY};
+    setrlimit(RLIMIT_CORE, &no_core);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    _exit(work() ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return status;
+}
+
+// The home is where the record of one of the two names says, and nowhere else.
+bool IsAtHome() {
+  for (const std::string name : {"anna", "zora"}) {
+    UserSlot slot;
+    if (KESTUserGet(name.c_str(), &slot) != 0) continue;
+    const std::string home = "/var/services/homes/" + name;
+    return slot->home == home && fs::exists(home + "/letters") &&
+           !fs::exists(name == "anna" ? "/var/services/homes/zora" : "/var/services/homes/anna");
+  }
+  return false;
+}
+
+TEST_F(DirectoryAccount, ARenameThatIsKilledAtAnyWriteLeavesTheHomeWhereTheRecordSays) {
+  constexpr rlim_t kFrame = 24 + 4096;  // of the database's log: a head and a page
+  const Reader reader;
+  ASSERT_TRUE(reader.IsReady());
+  fs::create_directories("/var/services/homes/anna/letters");
+  int killed = 0, on_its_way = 0;
+  for (rlim_t frames = 0; frames < 100; ++frames) {
+    SCOPED_TRACE(frames);
+    const rlim_t written = fs::exists(kAccountsLog) ? fs::file_size(kAccountsLog) : 0;
+    const int status = StatusOf(
+        [] {
+          NewAccount renamed("zora");
+          renamed.home = "/var/services/homes/anna";
+          return renamed.Save("anna") == 0;
+        },
+        written + frames * kFrame);
+    on_its_way += fs::exists("/var/services/homes/zora") ? 1 : 0;
+    // Whoever asks, or wants the name at which a home was left.
+    const bool asks = frames % 2 == 0 || status == 0;
+    EXPECT_EQ(0, StatusOf([asks] {
+                return asks ? IsAtHome()
+                            : NewAccount("zora").Save() == 0 && fs::exists("/var/services/homes/anna/letters");
+              }));
+    if (status == 0) break;
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGXFSZ) << status;
+    ++killed;
+    if (!asks) {
+      ASSERT_EQ(0, Account({"remove", "zora"}));
+    }
+  }
+  EXPECT_LT(3, killed);
+  EXPECT_LT(1, on_its_way) << "the home was moved before it was killed";
 }
 
 TEST_F(DirectoryAccount, AnotherSpellingOfItsOwnNameIsARename) {

@@ -254,6 +254,53 @@ TEST_F(ShareFolder, ANewListReachesWhatIsThereAlready) {
   EXPECT_EQ("none", AccessListOf("/volume1/outside")) << "links are not followed";
 }
 
+TEST_F(ShareFolder, WhoJoinsAGroupThatIsShutOutIsShutOutAtOnce) {
+  ASSERT_EQ(0, Account({"groupadd", "team"}));
+  ShareText share = Named("photo");
+  share.na = "@team";
+  ASSERT_EQ(0, Make(share));
+  Write("/volume1/photo/a");
+  const std::string anna = User("anna");
+  char name[] = "team", member[] = "anna";
+  char* members[] = {member, nullptr};
+  KESTGROUP group = {name, -1, members, 0, 0};
+  ASSERT_EQ(0, KESTGroupSet("team", &group));
+  EXPECT_EQ(anna + "--- g:100:rwx", AccessListOf("/volume1/photo"));
+  EXPECT_EQ(anna + "--- g:100:rw-", AccessListOf("/volume1/photo/a"));
+  members[0] = nullptr;
+  ASSERT_EQ(0, KESTGroupSet("team", &group));
+  EXPECT_EQ("g:100:rwx", AccessListOf("/volume1/photo"));
+  EXPECT_EQ("g:100:rw-", AccessListOf("/volume1/photo/a"));
+}
+
+TEST_F(ShareFolder, AChangeByTheToolReachesTheFoldersAsWell) {
+  const std::string anna = User("anna"), admin = User("admin");
+  const std::string open = "g:100:rwx", but_anna = anna + "--- g:100:rwx";
+  ASSERT_EQ(0, Account({"groupadd", "team"}));
+  ShareText share = Named("photo");
+  share.na = "@team";
+  ASSERT_EQ(0, Make(share));
+  Write("/volume1/photo/a");
+  const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {{{"join", "anna", "team"}, but_anna},
+                                                                              {{"leave", "anna", "team"}, open},
+                                                                              {{"join", "anna", "team"}, but_anna},
+                                                                              {{"groupdel", "team"}, open}};
+  for (const auto& [words, entries] : rows) {
+    ASSERT_EQ(0, Account(words));
+    EXPECT_EQ(entries, AccessListOf("/volume1/photo")) << words[0];
+    EXPECT_EQ(entries, AccessListOf("/volume1/photo", "default")) << words[0];
+    EXPECT_EQ(entries == open ? "g:100:rw-" : anna + "--- g:100:rw-", AccessListOf("/volume1/photo/a")) << words[0];
+  }
+  share.na = "@administrators";
+  ASSERT_EQ(0, Set("photo", share));
+  ASSERT_EQ(0, Account({"admin", "anna", "on"}));
+  EXPECT_EQ(admin + "--- " + anna + "--- g:100:rwx", AccessListOf("/volume1/photo"));
+  ASSERT_EQ(0, Account({"admin", "anna", "off"}));
+  EXPECT_EQ(admin + "--- g:100:rwx", AccessListOf("/volume1/photo"));
+  ASSERT_EQ(0, Account({"add", "dora", "admin"}, "pw"));
+  EXPECT_EQ(admin + "--- " + User("dora") + "--- g:100:rwx", AccessListOf("/volume1/photo"));
+}
+
 TEST_F(ShareFolder, HomesArePassedThroughByEverybody) {
   ShareText homes = Named("homes");
   homes.rw = "anna";

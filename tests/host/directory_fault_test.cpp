@@ -78,8 +78,8 @@ int SaveMembers(Database& database, const char* existing, const char* name, std:
   pointers.push_back(nullptr);
   std::string text = name;
   KESTGROUP record = {text.data(), -1, pointers.data(), 0, 0};
-  int changed_gid = 0;
-  return SaveGroup(database, existing, record, &changed_gid);
+  bool changed = false;
+  return SaveGroup(database, existing, record, &changed);
 }
 
 std::string Rows(Database& database, const char* sql) {

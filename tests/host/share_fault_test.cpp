@@ -12,6 +12,7 @@
 
 #include "folder.h"
 #include "host/accounts/directory_schema.h"
+#include "host/groups/member_change.h"
 #include "host/klib/error_code.h"
 #include "host/shares/share_encryption.h"
 #include "host/shares/share_lock.h"
@@ -88,9 +89,32 @@ class Machine {
     return SaveShare(*shares_, *FoldersWithVaults(), change);
   }
 
+  // Everybody may write but a group that has no members yet.
+  int ShutOutTeam() {
+    shares_->database().Execute("INSERT INTO groups (gid, name, folded) VALUES (1040, 'team', 'team')");
+    return Save("photo", "photo", "one", "@team", "@users");
+  }
+
+  // Another member of the group; the folder follows.
+  int Join() {
+    Database& database = shares_->database();
+    {
+      Transaction transaction(database);
+      const bool joined = database.Execute("INSERT OR IGNORE INTO members (gid, uid) VALUES (1040, 1031)") &&
+                          NoteChangedMembers(database, 1040) && transaction.Commit();
+      if (!joined) return -kErrorSystem;
+    }
+    return RenderChanged(*shares_, *FoldersWithVaults(), 0);
+  }
+
   bool Note(const ShareMove& move) { return shares_->Note(move); }
 
-  int Recover() { return RecoverShares(*shares_, *FoldersWithVaults()); }
+  int Recover() {
+    const int result = RecoverShares(*shares_, *FoldersWithVaults());
+    return result != 0 ? result : RenderChanged(*shares_, *FoldersWithVaults(), 0);
+  }
+
+  ShareDatabase& shares() { return *shares_; }
 
   // Everything there is: shares, then what lies on the volumes with its access lists. Empty folders at a volume's root
   // do not count where `but_empty`: a crash may leave one, and the next attempt takes it.
@@ -121,7 +145,9 @@ class Machine {
     std::sort(files.begin(), files.end());
     for (const std::string& file : files) state += file;
     std::vector<ShareMove> moves;
-    return shares_->Moves(&moves) && moves.empty() ? state : state + "a note is left\n";
+    std::vector<int64_t> behind;
+    const bool is_ended = shares_->Moves(&moves) && moves.empty() && shares_->Renders(&behind) && behind.empty();
+    return is_ended ? state : state + "a note is left\n";
   }
 
  private:
@@ -154,7 +180,8 @@ struct Operation {
   const char* name;
   std::function<int(Machine&)> run;
   std::function<int(Machine&)> prepare = [](Machine&) { return 0; };
-  // The folder is made clear first and the record saved then: a failure of the second leaves what is wanted.
+  // The folder is made clear first and the record saved then, members are stored and the folder rendered then: a
+  // failure of the second leaves what is wanted, at the latest when the next has looked.
   bool has_two_parts = false;
 };
 
@@ -164,6 +191,8 @@ const Operation kOperations[] = {
     {"move", [](Machine& machine) { return machine.Save("photo", "photo", "two", "", "anna", true); }},
     {"lists", [](Machine& machine) { return machine.Save("photo", "photo", "one", "anna", "bernd"); }},
     {"another folder", [](Machine& machine) { return machine.Save("photo", "photo", "two", "", "bernd"); }},
+    {"members", [](Machine& machine) { return machine.Join(); }, [](Machine& machine) { return machine.ShutOutTeam(); },
+     true},
 };
 
 // The double of a vault has no failures of memory of its own to be struck by.
@@ -318,6 +347,61 @@ TEST(ShareTurns, AShareThatSomebodyIsChangingIsLeftToHim) {
   ASSERT_EQ(child, waitpid(child, &status, 0));
   EXPECT_EQ(0, machine.Recover());
   EXPECT_EQ(state, machine.State()) << "now he is gone";
+}
+
+TEST(ShareMembers, AFolderThatSomebodyIsChangingIsRenderedByWhoeverComesNext) {
+  Machine machine;
+  ASSERT_EQ(0, machine.ShutOutTeam());
+  const std::string before = machine.State();
+  {
+    const ShareLock lock(machine.Volume("locks"), 1);
+    ASSERT_EQ(0, lock.result());
+    EXPECT_EQ(0, machine.Join());
+    EXPECT_EQ(before + "a note is left\n", machine.State());
+  }
+  bool is_interrupted = false;
+  ASSERT_TRUE(machine.shares().IsInterrupted(&is_interrupted));
+  EXPECT_TRUE(is_interrupted) << "whoever reads the shares is told";
+  EXPECT_EQ(0, machine.Recover());
+  const std::string state = machine.State();
+  const size_t below = state.find("one/photo/deep/a");
+  ASSERT_NE(std::string::npos, below);
+  EXPECT_NE(std::string::npos, state.find(" 2.1031:0 ", below)) << "what lies below as well: " << state;
+}
+
+TEST(ShareMembers, AChangeThatComesWhileAFolderIsRenderedIsNotForgotten) {
+  Machine machine;
+  ASSERT_EQ(0, machine.ShutOutTeam());
+  Database& database = machine.shares().database();
+  ShareRender read_before;
+  ASSERT_TRUE(NoteChangedMembers(database, 1040));
+  ASSERT_EQ(Lookup::kFound, machine.shares().FindRender(1, &read_before));
+  ASSERT_TRUE(NoteChangedMembers(database, 1040)) << "by another process";
+  ASSERT_TRUE(machine.shares().EndRender(read_before));
+  ShareRender left;
+  EXPECT_EQ(Lookup::kFound, machine.shares().FindRender(1, &left));
+}
+
+TEST(ShareMembers, OnlySharesWhoseEntriesDependOnMembersAreLookedAt) {
+  Machine machine;
+  ASSERT_EQ(0, machine.ShutOutTeam());
+  const struct {
+    const char *na, *rw;
+    bool depends;
+  } rows[] = {{"@team", "@users", true}, {"bernd", "@team", true}, {"", "@team", false}, {"@users", "anna", false}};
+  for (const auto& row : rows) {
+    ASSERT_EQ(0, machine.Save("photo", "photo", "one", row.na, row.rw));
+    std::vector<int64_t> behind;
+    ASSERT_TRUE(NoteChangedMembers(machine.shares().database(), 1040) && machine.shares().Renders(&behind));
+    EXPECT_EQ(row.depends ? 1u : 0u, behind.size()) << row.na << " | " << row.rw;
+    ASSERT_EQ(0, machine.Recover());
+  }
+  // A reader by name who may be among the writers.
+  machine.shares().database().Execute(
+      "DELETE FROM share_access; INSERT INTO share_access (share, permission, position, uid, gid) VALUES"
+      " (1, 'rw', 0, NULL, 1040), (1, 'ro', 0, 1031, NULL)");
+  EXPECT_EQ(0, machine.Join());
+  EXPECT_NE(std::string::npos, machine.State().find(" 2.1031:7 ")) << machine.State();
 }
 
 }  // namespace
