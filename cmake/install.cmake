@@ -11,6 +11,8 @@ install(FILES ${platform_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tarvel
 
 # The library finds the platform beside itself.
 set_target_properties(tarvel PROPERTIES INSTALL_RPATH "$ORIGIN")
+# Not to the project's own programs, whose flags ask for the same.
+target_compile_features(tarvel INTERFACE $<INSTALL_INTERFACE:cxx_std_17>)
 target_compile_definitions(tarvel INTERFACE $<INSTALL_INTERFACE:_FILE_OFFSET_BITS=64> $<INSTALL_INTERFACE:_TIME_BITS=64>)
 install(TARGETS tarvel EXPORT tarvelTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
@@ -29,15 +31,18 @@ file(RELATIVE_PATH TARVEL_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(cmake/package/tarvel.pc.in "${PROJECT_BINARY_DIR}/tarvel.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/tarvel.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# Man pages: one for each public header and one for each class.
+# Man pages, one for each header and one for each class, and the same as HTML.
 find_program(DOXYGEN doxygen)
 if(DOXYGEN AND NOT CMAKE_CROSSCOMPILING)
   configure_file(cmake/package/Doxyfile.in "${PROJECT_BINARY_DIR}/Doxyfile" @ONLY)
+  set(reference "${PROJECT_SOURCE_DIR}/cmake/package/reference")
   add_custom_command(OUTPUT "${PROJECT_BINARY_DIR}/reference/stamp"
-    COMMAND ${CMAKE_COMMAND} -E rm -rf "${PROJECT_BINARY_DIR}/reference"
-    COMMAND ${DOXYGEN} "${PROJECT_BINARY_DIR}/Doxyfile"
+    COMMAND "${reference}" "${PROJECT_BINARY_DIR}/Doxyfile" "${PROJECT_BINARY_DIR}/reference"
     COMMAND ${CMAKE_COMMAND} -E touch "${PROJECT_BINARY_DIR}/reference/stamp"
-    DEPENDS ${headers} "${PROJECT_BINARY_DIR}/Doxyfile" COMMENT "Reference of the public headers" VERBATIM)
+    DEPENDS ${headers} ${platform_headers} "${PROJECT_BINARY_DIR}/Doxyfile" "${reference}"
+      "${PROJECT_SOURCE_DIR}/cmake/package/mainpage.dox" "${PROJECT_SOURCE_DIR}/docs/examples/hello.cpp"
+    COMMENT "Reference of the public headers" VERBATIM)
   add_custom_target(reference ALL DEPENDS "${PROJECT_BINARY_DIR}/reference/stamp")
   install(DIRECTORY "${PROJECT_BINARY_DIR}/reference/man/" DESTINATION ${CMAKE_INSTALL_MANDIR} OPTIONAL)
+  install(DIRECTORY "${PROJECT_BINARY_DIR}/reference/html/" DESTINATION ${CMAKE_INSTALL_DOCDIR}/html OPTIONAL)
 endif()

@@ -21,9 +21,7 @@ namespace SDK {
 ///     std::set<std::string, SDK::LTOBJ> names = {"bob", "Bob"};  // {"bob"}
 struct TARVEL_EXPORT LTOBJ {
   /// Whether `a` comes before `b`.
-  bool operator()(const std::string& a, const std::string& b) const {
-    return KLIBUnicodeUTF8StrCaseCmp(a.c_str(), b.c_str()) < 0;
-  }
+  bool operator()(const std::string& a, const std::string& b) const;
 };
 
 /// One group of the group database: looked up, made, changed, listed.

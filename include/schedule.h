@@ -18,8 +18,8 @@
 /// | BACKUP_TYPE_S3       | `/usr/kest/bin/kestnetbkps3 --s3add "NAME"` |
 ///
 /// The name stands in it as it is: a program admits no name that a command line cannot carry safely (quotation marks,
-/// "$", "`", "\", line breaks). A job is looked up and removed by the first 223 bytes of its command line but stored
-/// with up to 1023, so one with a longer command line is never found again.
+/// dollar signs, backquotes, backslashes, line breaks). A job is looked up and removed by the first 223 bytes of its
+/// command line but stored with up to 1023, so one with a longer command line is never found again.
 ///
 ///     Json::Value info;
 ///     info["enable"] = true;
@@ -125,7 +125,7 @@ TARVEL_EXPORT int BkpScheduleSet(Json::Value& info, const char* oldTask, const c
 ///         to duplicate string"): `out` is then as before
 TARVEL_EXPORT bool ParseScheduleInfo(Json::Value& info, _tag_schedule_info_& out);
 
-/// A schedule in one localised line, e.g. " Time: 03:07 Date: Sun,Tue": a blank, the text of "schedule_time", the text
+/// A schedule in one localised line like " Time: 03:07 Date: Sun,Tue": a blank, the text of "schedule_time", the text
 /// of "colon", a blank, the time, for repeated runs a comma and the interval, a blank, the text of "schedule_date", the
 /// text of "colon", a blank, the days.
 ///

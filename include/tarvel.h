@@ -137,7 +137,7 @@ class TARVEL_EXPORT Tarvel {
   /// @return the platform's result
   int GetSessionFilePath(char* buf, int size);
 
-  /// The code of the language in which this request is answered, e.g. "en".
+  /// The code of the language in which this request is answered, such as "en".
   ///
   /// @return the code, owned by this object
   const char* GetUILanguage();
@@ -298,7 +298,7 @@ class TARVEL_EXPORT Tarvel {
   ///         logs it), a text that is no JSON or one nested deeper than 1000 levels (not logged)
   bool ReadTmp(const char* path, Json::Value& out);
 
-  /// Writes a JSON file: the text goes to the sibling "`path`.tmp", which is then renamed over `path`, so readers see
+  /// Writes a JSON file: the text goes to the sibling PATH.tmp, which is then renamed over `path`, so readers see
   /// either the old document or the new one. There is no lock: of two writers at once one may lose its content.
   ///
   /// @param path   the file; with ".tmp" behind it at most 4095 bytes, a longer temporary name is cut and used cut.

@@ -87,7 +87,7 @@ std::string GetDomainName();
 /// @return true when it is joined
 bool IsJoinDomain(std::string& domain);
 
-/// Whether the name of a user or group is that of a domain account, `DOMAIN\name`.
+/// Whether the name of a user or group is that of a domain account: domain, backslash, name.
 ///
 /// @param name  the name
 /// @return true when it holds a backslash

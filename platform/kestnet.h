@@ -7,7 +7,7 @@
 
 #include <stdint.h>
 
-#include "platform/klib.h"
+#include "klib.h"
 
 #ifdef __cplusplus
 extern "C" {

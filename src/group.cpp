@@ -24,6 +24,11 @@ using GroupRecord = tarvel_internal::PlatformRecord<KESTGROUP, KESTGroupFree>;
 
 }  // namespace
 
+// Not in the header: a program with a set of names would have to be linked with the platform's libraries, too.
+bool SDK::LTOBJ::operator()(const std::string& a, const std::string& b) const {
+  return KLIBUnicodeUTF8StrCaseCmp(a.c_str(), b.c_str()) < 0;
+}
+
 struct SDK::Group::Body {
   std::string name;
   std::string loaded_name;

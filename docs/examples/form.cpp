@@ -1,7 +1,6 @@
 #include <tarvel/form_handler.h>
 #include <tarvel/kest_conf.h>
-
-#include "platform/klib.h"
+#include <tarvel/platform/klib.h>
 
 class TimeServerForm : public ServerFormHandler {
  public:
