@@ -41,7 +41,8 @@ int OffsetOf(Tarvel& request);
 inline int PageOf(int position) { return position / kRows * kRows; }
 
 /// Whether a new account or group may have this name: UTF-8 without control characters, without the marks that lists,
-/// paths and command lines give a meaning of their own, without a blank at either end.
+/// paths and command lines give a meaning of their own, without a blank at either end. Marks that turn the direction of
+/// text are none either: with them one name is read as another.
 bool IsDirectoryName(const std::string& name);
 
 /// Whether two names are one to the appliance, which does not regard case.
@@ -60,8 +61,9 @@ struct SaveFailures {
 };
 const char* WhyNotSaved(const SaveFailures& failures);
 
-/// Whether the platform has just told that there is no such object, and not that it could not look.
-bool WasNotFound();
+/// The key, section "error", of why the platform has just not given an account or group: `gone` when there is none,
+/// `failed` when it could not look.
+const char* WhyNotFound(const char* gone, const char* failed);
 
 /// The turn to change accounts and groups: what a form has looked at stays so until it has saved. Lasts as long as the
 /// object.

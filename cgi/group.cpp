@@ -43,11 +43,13 @@ class GroupForm : public site::DirectoryForm {
     if (group->GetName() == site::kEverybody) return Fail("error_group_everybody");
     if (!stored.empty() && VersionOf(*group) != Value("version")) return Fail("error_group_changed");
     if (!Fill(*group)) return Fail(nullptr);
-    return group->Save() ? Tell() : FailToSave(kFailures);
+    const bool is_named_so = stored == Value("name");
+    if (!group->Save()) return FailToSave(kFailures);
+    return Tell(is_named_so ? site::WhyNotSaved(kFailures) : "error_group_partly");
   }
 
  private:
-  int FailToLoad() { return Fail(site::WasNotFound() ? "error_group_gone" : "error_groups_not_read"); }
+  int FailToLoad() { return Fail(site::WhyNotFound("error_group_gone", "error_groups_not_read")); }
 
   int Show(const SDK::Group& group) {
     Json::Value data;
@@ -70,11 +72,12 @@ class GroupForm : public site::DirectoryForm {
     return IsFine();
   }
 
-  // The library does not tell whether the description was stored: the group as it is now does.
-  int Tell() {
+  // The library does not tell whether the description was stored: the group as it is now does. `failure` is why it was
+  // not.
+  int Tell(const char* failure) {
     const site::Group group(SDK::Group::LoadGroup(Value("name")));
     if (group == nullptr) return FailToLoad();
-    return group->GetDesc() == Value("description") ? Show(*group) : Fail("error_group_partly");
+    return group->GetDesc() == Value("description") ? Show(*group) : Fail(failure);
   }
 };
 

@@ -28,7 +28,7 @@ int List(Tarvel& request, int offset, const std::string& prefix) {
 
 int ListAt(Tarvel& request, const std::string& name) {
   if (!SDK::Group::IsGroupExist(name)) {
-    return Fail(request, site::WasNotFound() ? "error_group_gone" : "error_groups_not_read");
+    return Fail(request, site::WhyNotFound("error_group_gone", "error_groups_not_read"));
   }
   int position = 0;
   if (SDK::Group::GetGroupLocation(name, AUTH_TYPE_LOCAL, &position) == 0) {

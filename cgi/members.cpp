@@ -82,7 +82,7 @@ class MembersForm : public site::SettingsForm {
   // No name holds the end of a line.
   std::vector<std::string> Names(const char* field) { return WebUtils::StringExplode(Value(field), "\r\n"); }
 
-  int FailToLoad() { return Fail(site::WasNotFound() ? "error_group_gone" : "error_groups_not_read"); }
+  int FailToLoad() { return Fail(site::WhyNotFound("error_group_gone", "error_groups_not_read")); }
 
   bool ListAll(SDK::Group& group, Json::Value& data) {
     const std::string prefix = Value("prefix");

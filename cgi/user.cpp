@@ -86,7 +86,7 @@ class UserForm : public site::DirectoryForm {
   // Whoever administers the appliance must not shut himself out by a slip: somebody else can do it.
   bool IsOwn(const SDK::User& user) { return site::IsSameName(user.GetName(), request.GetLoginUserName()); }
 
-  int FailToLoad() { return Fail(site::WasNotFound() ? "error_account_gone" : "error_accounts_not_read"); }
+  int FailToLoad() { return Fail(site::WhyNotFound("error_account_gone", "error_accounts_not_read")); }
 
   // The password is not sent back. `mailed` is null when nothing was to be mailed.
   int Show(SDK::User& user, const std::string& stored, const char* mailed) {

@@ -28,7 +28,7 @@ int List(Tarvel& request, int offset) {
 
 int ListAt(Tarvel& request, const std::string& name) {
   if (!SDK::User::IsUserExist(name)) {
-    return Fail(request, site::WasNotFound() ? "error_unknown_account" : "error_accounts_not_read");
+    return Fail(request, site::WhyNotFound("error_unknown_account", "error_accounts_not_read"));
   }
   int position = 0;
   if (SDK::User::GetUserLocation(name, AUTH_TYPE_LOCAL, &position) == 0) {

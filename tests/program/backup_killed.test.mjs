@@ -1,14 +1,11 @@
 // A program that is killed anywhere in the middle of a save: database, crontab and records are whole, and the next save works.
 import assert from "node:assert/strict";
-import { spawn } from "node:child_process";
-import { closeSync, openSync, readFileSync, writeFileSync } from "node:fs";
+import { readFileSync } from "node:fs";
 import { before, test } from "node:test";
 import { crontabText, jobs, kestjob, nightly, recordFolder, records } from "./backups.mjs";
-import { invocation, login, makeAccounts, run } from "./program.mjs";
+import { killAtEachStep } from "./killed.mjs";
+import { login, makeAccounts, run } from "./program.mjs";
 
-const kBody = "/tmp/killed-request";
-const kSteps = 40;
-const kNarrower = 0.9;
 let cookie;
 
 const apply = (fields) => run("backup", { form: { action: "apply", ...nightly, ...fields }, cookie }).json;
@@ -18,20 +15,6 @@ before(() => {
   makeAccounts();
   cookie = login();
 });
-
-// Starts a program as a web server does, and kills it after a while unless it has ended by then. The body comes from a file and
-// the wait is a loop: nothing of it hangs on a timer, which is too coarse for a program of a few milliseconds.
-function killedAfter(program, form, after_ms) {
-  const { path, env, body } = invocation(program, { form, cookie });
-  writeFileSync(kBody, body);
-  const input = openSync(kBody, "r");
-  const process = spawn(path, { env, stdio: [input, "ignore", "ignore"] });
-  const end = performance.now() + after_ms;
-  closeSync(input);
-  while (performance.now() < end);
-  process.kill("SIGKILL");
-  return new Promise((resolve) => process.on("exit", (status, signal) => resolve(signal)));
-}
 
 // The database opens; what the crontab has of it is there line by line; every record says what it is.
 function assertWhole(what) {
@@ -53,28 +36,21 @@ function assertMended(what) {
   assert.equal(rendered.split("\n").filter((line) => line.includes("kestjob run")).length, jobs().length, what);
 }
 
-async function killAtEachStep(program, form, prepare, check) {
-  let killed = 0;
-  prepare(0);
-  const begin = performance.now();
-  run(program, { form: form(0), cookie });
-  let usual_ms = performance.now() - begin;
-  for (let step = 0; step < kSteps; ++step) {
-    prepare(step);
-    if (await killedAfter(program, form(step), (usual_ms * step) / kSteps)) ++killed;
-    // The first run may have been a slow one.
-    else usual_ms *= kNarrower;
-    assertWhole(`step ${step}`);
-    assertMended(`step ${step}`);
-    check?.(step);
-  }
-  assert.ok(killed > kSteps / 4, `only ${killed} of ${kSteps} were killed before they had ended`);
-}
+const killed = (program, form, prepare, check) =>
+  killAtEachStep(program, form, {
+    cookie,
+    prepare,
+    check: (what, step) => {
+      assertWhole(what);
+      assertMended(what);
+      check?.(step);
+    },
+  });
 
 const form = (fields) => ({ action: "apply", ...nightly, ...fields });
 
 test("Killed while a new task is saved", () =>
-  killAtEachStep(
+  killed(
     "backup",
     () => form({}),
     () => change("remove"),
@@ -84,7 +60,7 @@ test("Killed while a new task is saved", () =>
 test("Killed while a schedule is changed: the old or the new one runs, never none", () => {
   apply({});
   const at = (step) => `0${step % 10}:${10 + (step % 50)}`;
-  return killAtEachStep(
+  return killed(
     "backup",
     (step) => form({ task: "photos", start: at(step) }),
     () => {},
@@ -93,7 +69,7 @@ test("Killed while a schedule is changed: the old or the new one runs, never non
 });
 
 test("Killed while a task is removed: what runs is in the list", () =>
-  killAtEachStep(
+  killed(
     "backup_change",
     () => ({ action: "remove", name: "photos" }),
     () => apply({}),
@@ -101,7 +77,7 @@ test("Killed while a task is removed: what runs is in the list", () =>
   ));
 
 test("Killed while a task is renamed: what runs is in the list", () =>
-  killAtEachStep(
+  killed(
     "backup_change",
     () => ({ action: "rename", name: "photos", new_name: "pictures" }),
     () => {

@@ -20,7 +20,7 @@ export const fieldErrors = (errors) => ({ errors, success: false });
 export const oddNames = ["a", "<b>bold", "it's", "a;b", "$(id)", "%00", "a b", "x' OR '1'='1", "{name}", "\u5b89\u5168", "M\u00fcller", "=1+1", "..a", "x".repeat(255)];
 
 /// Names that neither may have.
-export const badNames = [" a", "a ", "a,b", "a:b", "a@b", "a\\b", "a/b", 'a"b', "a\nb", "a\r", "a\tb", "a\u0001", "a\u007f", "a\u0085b", ".", "..", "-a"];
+export const badNames = [" a", "a ", "a,b", "a:b", "a@b", "a\\b", "a/b", 'a"b', "a\nb", "a\r", "a\tb", "a\u0001", "a\u007f", "a\u0085b", "a\u202eb", "\u2066a", ".", "..", "-a"];
 
 /// A form's body with bytes that are no UTF-8 where `MARK` stands.
 export const brokenForm = (fields) => new URLSearchParams(fields).toString().replace("MARK", "%C3%28");

@@ -4,6 +4,7 @@ import { spawnSync } from "node:child_process";
 import { readdirSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { before, beforeEach, test } from "node:test";
 import { answersToOthers, badNames, brokenForm, fieldErrors, formError, oddNames, refusedToOthers } from "./directory.mjs";
+import { whileDatabaseIsHeld } from "./held_database.mjs";
 import { account, login, makeAccounts, run, start } from "./program.mjs";
 
 const kMailbox = "/var/spool/mailbox";
@@ -221,6 +222,13 @@ test("Of two who make the same account at once one has it", async () => {
   const done = replies.filter(({ json }) => json.success);
   assert.equal(done.length, 1);
   assert.deepEqual(replies.find((reply) => reply !== done[0]).json, fieldErrors({ name: kTaken }));
+});
+
+test("While somebody else holds the database a change is refused as such, and who looks is answered", async () => {
+  const { name } = make();
+  const [refused, shown] = await whileDatabaseIsHeld(() => [turn("disable", name), load(name).data.state]);
+  assert.deepEqual([refused, shown], [formError("error_directory_busy"), "normal"]);
+  assert.equal(turn("disable", name).data.state, "disabled");
 });
 
 test("An account that is gone meanwhile is neither shown nor changed", () => {
