@@ -20,6 +20,7 @@
 // "error".
 #include <tarvel/webutils.h>
 
+#include <optional>
 #include <string>
 
 #include "directory.h"
@@ -29,6 +30,7 @@
 #include "share_encryption.h"
 #include "share_lists.h"
 #include "share_refusal.h"
+#include "share_turn.h"
 #include "share_volume.h"
 
 namespace {
@@ -89,12 +91,12 @@ class ShareForm : public site::SettingsForm {
  protected:
   int Save() override {
     const std::string change = Value("change");
-    // A full folder takes long to encrypt, and nobody else waits for that.
-    if (change == "encrypt") return LoadStored() ? Encrypt() : Fail(site::WhyNotLoaded());
-    const site::DirectoryTurn turn;
-    if (!turn.IsOpen()) return Fail("error_share_not_saved");
+    // A full folder takes long to encrypt, and nobody waits for that but who changes this very share.
+    std::optional<site::DirectoryTurn> turn;
+    if (change != "encrypt" && !turn.emplace().IsOpen()) return Fail("error_share_not_saved");
     if (change == "create") return Create();
-    if (!LoadStored()) return Fail(site::WhyNotLoaded());
+    if (const char* const failure = Begin()) return Fail(failure);
+    if (change == "encrypt") return Encrypt();
     if (change == "save") return Change();
     return change == "rename" ? Rename() : Fail("error_unknown_action");
   }
@@ -106,6 +108,14 @@ class ShareForm : public site::SettingsForm {
     KLIBErrSet(0);
     stored_ = site::LoadStoredShare(Value("share"));
     return stored_.share != nullptr;
+  }
+
+  // Loads the share and takes the turn to change it; null, or the key of why not. What was loaded before the turn may
+  // have been changed meanwhile.
+  const char* Begin() {
+    if (!LoadStored()) return site::WhyNotLoaded();
+    if (!turn_.emplace(stored_.share->GetName()).IsOpen()) return "error_share_busy";
+    return LoadStored() ? nullptr : site::WhyNotLoaded();
   }
 
   int Create() {
@@ -129,6 +139,7 @@ class ShareForm : public site::SettingsForm {
   const char* EncryptNew(const std::string& name) {
     const int wanted = site::EncryptionOf(Value("encryption"));
     if (wanted == 0) return nullptr;
+    if (!turn_.emplace(name).IsOpen()) return "error_share_busy";
     const site::Share made(SDK::Share::LoadShare(name));
     return made == nullptr ? site::WhyNotLoaded() : site::ChangeEncryption(*made, wanted, Value("passphrase")).failure;
   }
@@ -251,6 +262,7 @@ class ShareForm : public site::SettingsForm {
     return Check("again", Value("again") == Value("passphrase") ? nullptr : "error_passphrase_again");
   }
 
+  std::optional<site::ShareTurn> turn_;
   site::StoredShare stored_;
   site::ListedNames wanted_;
 };

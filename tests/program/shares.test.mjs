@@ -1,7 +1,7 @@
 // shares.cgi, share.cgi and name_search.cgi: shared folders from the form to the database and the volume. /volume2 can be
 // read only, /volume3 is a memory disk (CMakeLists.txt).
 import assert from "node:assert/strict";
-import { spawnSync } from "node:child_process";
+import { spawn, spawnSync } from "node:child_process";
 import { existsSync, readdirSync, readFileSync, rmSync, statSync, writeFileSync } from "node:fs";
 import { before, test } from "node:test";
 import { account, assertSessionRefused, keepSettings, login, makeAccounts, run, start, writeSetting } from "./program.mjs";
@@ -73,6 +73,29 @@ test("A share is made on the volume that was chosen among those that can be writ
   assert.deepEqual(create({ name: "elsewhere", volume: "3" }), done("elsewhere"));
   assert.ok(existsSync("/volume3/elsewhere"));
   assert.equal(itemOf("elsewhere").volume, "Volume3");
+});
+
+// Holds every lock of a share, as a program does that encrypts it; resolves to the way to let go.
+async function holdShares() {
+  const locks = readdirSync("/tmp/tarvel").filter((name) => name.startsWith("share-"));
+  assert.ok(locks.length > 0);
+  const holders = locks.map((name) => spawn("/usr/bin/flock", [`/tmp/tarvel/${name}`, "/bin/sh", "-c", "echo held; exec cat"], { stdio: ["pipe", "pipe", "inherit"] }));
+  await Promise.all(holders.map(({ stdout }) => new Promise((resolve) => stdout.once("data", resolve))));
+  return () => Promise.all(holders.map((holder) => new Promise((resolve) => holder.on("exit", resolve).stdin.end())));
+}
+
+test("While a share is being encrypted nothing else of it is changed, and other shares are", async () => {
+  assert.deepEqual(create({ name: "untouched" }), done("untouched"));
+  save("photo", {});
+  const before = everything();
+  const letGo = await holdShares();
+  const said = [save("photo", { desc: "never" }), rename("PHOTO", "pictures"), apply({ change: "encrypt", share: "photo", encryption: "manual", passphrase: kPassphrase, again: kPassphrase })];
+  const other = save("untouched", { desc: "changed" });
+  await letGo();
+  assert.deepEqual(said, Array(3).fill(formError("error_share_busy")));
+  assert.deepEqual(other, done("untouched"));
+  save("untouched", { desc: "" });
+  assert.equal(everything(), before);
 });
 
 // The name, and the message beside the field.
