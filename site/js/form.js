@@ -72,6 +72,21 @@ export async function showErrors(form, errors, [one, some] = kNotSaved) {
   bad[0]?.focus();
 }
 
+// Calls act() when the form is sent; whoever presses twice has pressed once. The button stays what it is meanwhile, so that
+// the focus stays on it.
+export function whenSent(form, act) {
+  form.addEventListener('submit', async (event) => {
+    event.preventDefault();
+    if (form.hasAttribute('aria-busy')) return;
+    form.setAttribute('aria-busy', 'true');
+    try {
+      await act();
+    } finally {
+      form.removeAttribute('aria-busy');
+    }
+  });
+}
+
 // Where a program refuses: beside the fields, or in the page's notice.
 export async function showRefusal(form, { errors, errinfo, errno }) {
   if (errors) await showErrors(form, errors);

@@ -67,8 +67,8 @@ export class GroupMembers {
     const reply = await post('members', { action: 'apply', group: this.#group, added: added.join('\n'), removed: removed.join('\n') });
     if (reply.success) this.#marks.clear();
     await Promise.all([this.list.show(), this.#showCount()]);
+    at(reply.success ? 'members-title' : 'members-save').focus();
     if (!reply.success) return showRefusal(undefined, reply);
-    at('members-title').focus();
     return showNotice('success', 'groups:members_saved', { value: this.#group });
   }
 }

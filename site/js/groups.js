@@ -1,7 +1,7 @@
 // The page of the groups: their list, the form of one, and the members of one.
 import { get, post } from './api.js';
 import { make } from './elements.js';
-import { clearErrors, fillForm, prepareForm, readForm, showRefusal } from './form.js';
+import { clearErrors, fillForm, prepareForm, readForm, showRefusal, whenSent } from './form.js';
 import { GroupMembers } from './group_members.js';
 import { hideNotice, showNotice } from './notice.js';
 import { PagedList } from './paged_list.js';
@@ -71,12 +71,7 @@ async function save() {
   return showNotice('success', 'groups:saved', { value: name });
 }
 
-form.addEventListener('submit', async (event) => {
-  event.preventDefault();
-  at('save').disabled = true;
-  await save();
-  at('save').disabled = false;
-});
+whenSent(form, save);
 at('new').addEventListener('click', () => open(''));
 at('close').addEventListener('click', () => backTo(edited.group));
 

@@ -77,11 +77,13 @@ export class NameList {
     await this.#show(Math.max(kShownAtFirst, this.#names.length > kShownAtFirst ? this.#names.length : 0));
   }
 
-  // The chosen name; without one what was typed, which the program judges.
+  // What was typed, as an account or group spells it; the program judges what is none. What only begins so is somebody else,
+  // whom nobody has chosen.
   async #take() {
     await this.#ask();
-    const chosen = this.#choices.children[this.#active];
-    await this.#add(chosen?.dataset.name ?? this.#input.value.trim());
+    const typed = this.#input.value.trim();
+    const same = [...this.#choices.children].find(({ dataset }) => isSame(dataset.name, typed));
+    await this.#add(same?.dataset.name ?? typed);
   }
 
   // Asks once typing pauses.

@@ -1,6 +1,6 @@
 // The form that changes the encryption of a shared folder.
 import { get, post } from './api.js';
-import { clearErrors, fillForm, prepareForm, readForm, showRefusal } from './form.js';
+import { clearErrors, fillForm, prepareForm, readForm, showRefusal, whenSent } from './form.js';
 import { forgetSecrets, showSecrets } from './share_secret.js';
 import { setText, setWords, translate } from './texts.js';
 
@@ -60,10 +60,5 @@ async function change(changed) {
 export function prepareEncryption(changed) {
   prepareForm(form);
   at('encryption').addEventListener('change', showChange);
-  form.addEventListener('submit', async (event) => {
-    event.preventDefault();
-    at('encrypt-save').disabled = true;
-    await change(changed);
-    at('encrypt-save').disabled = false;
-  });
+  whenSent(form, () => change(changed));
 }

@@ -2,7 +2,7 @@
 import { get, post } from './api.js';
 import { countCharacters } from './character_count.js';
 import { make } from './elements.js';
-import { clearErrors, fillForm, prepareForm, readForm, showRefusal } from './form.js';
+import { clearErrors, fillForm, prepareForm, readForm, showRefusal, whenSent } from './form.js';
 import { NameList } from './name_list.js';
 import { forgetSecrets, showSecrets } from './share_secret.js';
 import { setText, setWords, translate } from './texts.js';
@@ -83,10 +83,5 @@ export function prepareShareForm(saved) {
   prepareForm(form);
   lists = Object.fromEntries(kLists.map((id) => [id, new NameList(at(id))]));
   at('new_encryption').addEventListener('change', ({ target }) => showSecrets(form, 'none', target.value));
-  form.addEventListener('submit', async (event) => {
-    event.preventDefault();
-    at('save').disabled = true;
-    await save(saved);
-    at('save').disabled = false;
-  });
+  whenSent(form, () => save(saved));
 }

@@ -1,7 +1,7 @@
 // The page of the shared folders: their list, and the forms that make, change, rename and encrypt one.
 import { get, post } from './api.js';
 import { make } from './elements.js';
-import { clearErrors, prepareForm, showRefusal } from './form.js';
+import { clearErrors, prepareForm, showRefusal, whenSent } from './form.js';
 import { hideNotice, showNotice } from './notice.js';
 import { PagedList } from './paged_list.js';
 import { closeEncryption, encryptedShare, openEncryption, prepareEncryption } from './share_encryption.js';
@@ -103,14 +103,13 @@ function saved({ share, failure }, isNew) {
   return tell('success', isNew ? 'shares:made' : 'shares:saved', share);
 }
 
-at('rename').addEventListener('submit', async (event) => {
-  event.preventDefault();
+async function rename() {
   clearErrors(at('rename'));
   const name = at('new_name').value;
   const reply = await post('share', { action: 'apply', change: 'rename', share: renamed, new_name: name });
   if (reply.success) await tell('success', 'shares:renamed', name);
   else await showRefusal(at('rename'), reply);
-});
+}
 
 at('new').addEventListener('click', () => open(openShareForm, ''));
 for (const [id, back] of [['close', editedShare], ['rename-close', () => renamed], ['encrypt-close', encryptedShare]]) {
@@ -124,6 +123,7 @@ for (const [id, back] of [['close', editedShare], ['rename-close', () => renamed
 prepareShareForm(saved);
 prepareEncryption((name) => tell('success', 'shares:encryption_changed', name));
 prepareForm(at('rename'));
+whenSent(at('rename'), rename);
 await enterPage();
 whenLanguageChanges(() => list.show());
 await list.show();

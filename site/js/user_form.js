@@ -1,6 +1,6 @@
 // The form of one user, a new one or one that is there.
 import { get, post } from './api.js';
-import { clearErrors, fillForm, prepareForm, readForm, showRefusal } from './form.js';
+import { clearErrors, fillForm, prepareForm, readForm, showRefusal, whenSent } from './form.js';
 import { setText } from './texts.js';
 import { showView } from './views.js';
 
@@ -17,12 +17,7 @@ export class UserForm {
     prepareForm(this.#form);
     at('state').addEventListener('change', () => this.#showDay());
     at('close').addEventListener('click', () => closed(this.#user));
-    this.#form.addEventListener('submit', async (event) => {
-      event.preventDefault();
-      at('save').disabled = true;
-      await this.#save();
-      at('save').disabled = false;
-    });
+    whenSent(this.#form, () => this.#save());
   }
 
   async open(name) {

@@ -65,6 +65,7 @@ export class UserGroups {
       return showNotice('success', 'users:groups_saved', { value: this.#user });
     }
     await Promise.all([this.list.show(), this.#showCount()]);
+    at('join-save').focus();
     return showRefusal(undefined, failure);
   }
 }

@@ -64,6 +64,21 @@ export async function save(page, outcome, button = "#save") {
   await quiet(page);
 }
 
+/// Holds back what the page posts to a program until letGo(); count() tells how often it has.
+export async function holdPosts(page, program) {
+  let count = 0;
+  let letGo;
+  const released = new Promise((resolve) => (letGo = resolve));
+  const address = `**/cgi/${program}.cgi`;
+  await page.route(address, async (route) => {
+    if (route.request().method() !== "POST") return route.fallback();
+    count += 1;
+    await released;
+    return route.continue();
+  });
+  return { count: () => count, letGo };
+}
+
 /// Opens the form of a new backup task.
 export async function openTaskForm(page) {
   await page.click("#new");
