@@ -1,6 +1,6 @@
 // The frame around the pages: where its links lead, the way out and who may take it, the power menu, words and layouts.
 import assert from "node:assert/strict";
-import { readFile } from "node:fs/promises";
+import { access, readFile, writeFile } from "node:fs/promises";
 import http from "node:http";
 import { test } from "node:test";
 import { agents } from "../program/agents.mjs";
@@ -173,6 +173,8 @@ test("The power menu restarts the appliance by mouse, and the page comes back", 
     assert.equal(await page.locator("dialog[open]").count(), 0);
     assert.equal(await pidOf(state), before, "nothing was done");
 
+    const left = `${state}/volume1/@tmp/upload.${"0".repeat(32)}`;
+    await writeFile(left, "of an upload that was killed on its way into place");
     await page.click(kTrigger);
     await page.click("#powermenu >> text=Restart");
     const comesBack = page.waitForEvent("load");
@@ -183,6 +185,7 @@ test("The power menu restarts the appliance by mouse, and the page comes back", 
     await settled(page);
     assert.ok(await comesTrue(async () => ![before, ""].includes(await pidOf(state))), "another web server answers");
     assert.equal(await page.textContent("#account"), "admin", "the session stands");
+    await assert.rejects(access(left), "what was staged and never moved is gone");
   }));
 
 test("The power menu shuts the appliance down by keyboard", () =>
