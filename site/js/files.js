@@ -3,7 +3,8 @@ import { get, post } from './api.js';
 import { make } from './elements.js';
 import { canPreview, closePreview, openPreview } from './file_preview.js';
 import { dressName, growTree, markInTree, renewTree } from './folder_tree.js';
-import { clearErrors, prepareForm, showErrorBeside } from './form.js';
+import { clearErrors, prepareForm, showErrorBeside, whenSent } from './form.js';
+import { inSight } from './in_sight.js';
 import { inWords, isHome, wayTo } from './links.js';
 import { hideNotice, showNotice } from './notice.js';
 import { enterPage } from './shell.js';
@@ -32,7 +33,8 @@ const isFolder = ({ kind }) => kind === 'folder' || kind === 'share';
 const timeInWords = (seconds) =>
   new Date(seconds * 1000).toLocaleString(currentLanguage(), { dateStyle: 'medium', timeStyle: 'short' });
 
-function nameOf({ kind, link, name }, fetch) {
+function nameOf({ kind, link, name: whole }, fetch) {
+  const name = inSight(whole);
   if (isFolder({ kind })) return dressName(make('a', { href: `#${link}` }, name), link);
   if (kind === 'other' || !fetch) return make('span', {}, name);
   const address = downloadOf(link);
@@ -126,9 +128,11 @@ const drawn = (link, { items, fetch }) =>
   Promise.all([inTheirWords(crumbsOf(link)), inTheirWords(items.map((item) => rowOf(item, fetch)))]);
 
 function showItems(link, start, data, [crumbs, rows]) {
+  const focused = document.activeElement.closest('#items a')?.href;
   at('crumbs').replaceChildren(crumbs);
   table.classList.toggle('shares', !link);
   at('items').replaceChildren(rows);
+  [...at('items').querySelectorAll('a')].find(({ href }) => href === focused)?.focus();
   table.hidden = data.items.length === 0;
   showTurning(link, start, data.total);
 }
@@ -139,18 +143,25 @@ let asked = 0;
 async function showFolder() {
   const { link, start } = wanted();
   const question = ++asked;
-  closePreview();
   const reply = await get('files', link ? `path=${link}&start=${start}&count=${kCount}` : '');
   const data = reply.success ? reply.data : nothing;
   const elements = await drawn(link, data);
   // Somebody may have gone on to another folder meanwhile.
-  if (question !== asked) return;
+  if (question !== asked) return undefined;
+  if (start > 0 && start >= data.total && reply.success) return showLastPage(link, data.total);
   showItems(link, start, data, elements);
   showTools(link, data, reply.success);
   await nameFolder(link);
   if (reply.errno) await showNotice('error', `${reply.errno.section}:${reply.errno.key}`);
-  if (reply.success && reply.data.items.length === 0) await setText(at('status'), link ? 'files:empty' : 'files:no_shares');
-  else setWords(at('status'), '');
+  if (reply.success && reply.data.items.length === 0) return setText(at('status'), link ? 'files:empty' : 'files:no_shares');
+  return setWords(at('status'), '');
+}
+
+// The page that was wanted is gone with the files that were on it.
+function showLastPage(link, total) {
+  const start = Math.floor(Math.max(total - 1, 0) / kCount) * kCount;
+  history.replaceState(null, '', `#${link}&${start}`);
+  return showFolder();
 }
 
 async function showTree() {
@@ -176,8 +187,7 @@ function prepareMaking() {
     closeForm();
     at('make').focus();
   });
-  form.addEventListener('submit', async (event) => {
-    event.preventDefault();
+  whenSent(form, async () => {
     clearErrors(form);
     const { link } = wanted();
     const reply = await post('new_folder', `path=${link}&name=${encodeURIComponent(at('name').value)}`);
@@ -237,6 +247,7 @@ at('tree-fold').open = matchMedia('(min-width: 60rem)').matches;
 window.addEventListener('hashchange', async () => {
   hideNotice();
   closeForm();
+  closePreview();
   await showFolder();
   at('folder').focus();
   await markInTree(wanted().link);

@@ -1,6 +1,7 @@
 // The tree of the folders, read level by level: a folder's own folders are asked for when it is opened.
 import { get } from './api.js';
 import { make } from './elements.js';
+import { inSight } from './in_sight.js';
 import { isHome, wayTo } from './links.js';
 import { translate } from './texts.js';
 
@@ -16,7 +17,7 @@ export const dressName = (element, link) => {
 
 function itemFor({ link, name }) {
   const opener = make('button', { type: 'button', class: 'unfold', 'aria-expanded': 'false' }, make('span', { class: 'unseen', 'data-text': 'files:open', 'data-value': name }));
-  const item = make('li', { 'data-link': link }, make('div', {}, opener, dressName(make('a', { href: `#${link}` }, name), link)));
+  const item = make('li', { 'data-link': link }, make('div', {}, opener, dressName(make('a', { href: `#${link}` }, inSight(name)), link)));
   opener.addEventListener('click', () => (opener.getAttribute('aria-expanded') === 'true' ? close(item) : open(item)));
   return item;
 }

@@ -1,9 +1,10 @@
 // Paths of the file manager as they stand in addresses: percent-encoded, between folders "%2F".
+import { inSight } from './in_sight.js';
 
 // A name as people read it; bytes that are no text show as such.
 export function inWords(encoded) {
   const bytes = [...encoded.matchAll(/%([0-9A-Fa-f]{2})|([^%])/g)].map(([, hex, plain]) => (hex ? Number.parseInt(hex, 16) : plain.codePointAt(0)));
-  return new TextDecoder().decode(new Uint8Array(bytes));
+  return inSight(new TextDecoder().decode(new Uint8Array(bytes)));
 }
 
 // From the share down to the folder itself: { link, name } of each.

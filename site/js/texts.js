@@ -1,5 +1,6 @@
 // The words of the pages. An element names its text, "section:key", in data-text; the text comes from the appliance in
 // the user's language. What the element holds before that is the English text.
+import { inSight } from './in_sight.js';
 
 const known = new Map();
 let language = 'en';
@@ -30,7 +31,7 @@ function compose(element, name) {
   if (text === undefined) return element.textContent || name;
   const { value = '', time } = element.dataset;
   const shown = time ? new Date(time * 1000).toLocaleString(language, { dateStyle: 'medium', timeStyle: 'short' }) : value;
-  return text.replaceAll('{value}', shown);
+  return text.replaceAll('{value}', () => inSight(shown));
 }
 
 function show(element) {

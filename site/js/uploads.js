@@ -1,6 +1,7 @@
 // Uploads into folders: one after another, each with its progress, a way to cancel it, and what went wrong beside it.
-import { judge } from './api.js';
+import { get, judge } from './api.js';
 import { make } from './elements.js';
+import { inSight } from './in_sight.js';
 import { sizeInWords } from './sizes.js';
 import { setText, setWords, translate } from './texts.js';
 
@@ -8,6 +9,8 @@ const at = (id) => document.getElementById(id);
 
 // The platform's own reasons of the header "x-request-refused" that tell more than the program's.
 const kRefusals = { body_too_large: 'upload:error_too_large', upload_storage: 'files:error_no_room' };
+
+const kBetweenSigns_ms = 60_000;
 
 const queue = [];
 let running = null;
@@ -42,21 +45,21 @@ function send({ link, file }, onProgress, onStart) {
 }
 
 function rowFor(file) {
-  const name = make('span', { class: 'upload-name' }, file.name);
-  const bar = make('progress', { max: '1', value: '0', 'aria-label': file.name });
+  const name = make('span', { class: 'upload-name' }, inSight(file.name));
+  const bar = make('progress', { max: '1', value: '0', 'aria-label': inSight(file.name) });
   const state = make('span', { class: 'upload-state', 'data-text': 'files:upload_waiting' });
   const cancel = make('button', { type: 'button', class: 'quiet' }, make('span', { 'aria-hidden': 'true', 'data-text': 'files:cancel' }));
   cancel.append(make('span', { class: 'unseen', 'data-text': 'files:cancel_upload', 'data-value': file.name }));
   return { row: make('li', {}, name, bar, state, cancel), bar, state, cancel };
 }
 
-function finish(upload, kind, text) {
+function finish(upload, kind, text, value = sizeInWords(upload.file.size)) {
   upload.over = true;
   upload.row.className = kind;
   upload.bar.hidden = true;
   upload.cancel.hidden = true;
   at('uploads-clear').hidden = false;
-  return setText(upload.state, text, { value: sizeInWords(upload.file.size) });
+  return setText(upload.state, text, { value });
 }
 
 function cancel(upload) {
@@ -72,6 +75,7 @@ async function tellResult(upload, reply) {
   if (reply.cancelled) return finish(upload, 'cancelled', 'files:upload_cancelled');
   if (!reply.headers) return finish(upload, 'failed', 'common:error_no_answer');
   const judged = await judge(reply);
+  if (judged.success && judged.data.name !== upload.file.name) return finish(upload, 'done', 'files:upload_done_as', judged.data.name);
   if (judged.success) return finish(upload, 'done', 'files:upload_done');
   return finish(upload, 'failed', wordsOf(judged));
 }
@@ -83,15 +87,21 @@ function showProgress(upload, loaded, total) {
   else setText(upload.state, 'files:upload_storing');
 }
 
+// Whoever waits for an upload is not away, however long it takes: the next one still needs the session.
+const stayLoggedIn = () => setInterval(() => get('whoami', { active: 1 }), kBetweenSigns_ms);
+
 async function work() {
   const folders = new Set();
+  const signs = stayLoggedIn();
   while (queue.length > 0) {
     running = queue.shift();
     const upload = running;
     const reply = await send(upload, (loaded, total) => showProgress(upload, loaded, total), (request) => (upload.request = request));
     await tellResult(upload, reply);
-    if (reply.success) folders.add(upload.link);
+    // What was cancelled or got no answer may have arrived all the same.
+    if (reply.success !== false) folders.add(upload.link);
   }
+  clearInterval(signs);
   running = null;
   const rows = [...at('uploads-list').children];
   const done = rows.filter(({ className }) => className === 'done').length;

@@ -1,5 +1,6 @@
 // The parts of a page of which one is seen at a time, and the rows of its lists.
 import { make } from './elements.js';
+import { inSight } from './in_sight.js';
 import { setText, setWords } from './texts.js';
 
 // Shows the section of that id and hides the others.
@@ -30,7 +31,7 @@ export async function showUnsaved(marks, button, place) {
 
 // The name of a row, which opens what it stands for.
 export function nameButton(id, name, act) {
-  const button = make('button', { type: 'button', class: 'name', id }, name);
+  const button = make('button', { type: 'button', class: 'name', id }, inSight(name));
   button.addEventListener('click', act);
   return button;
 }
@@ -43,7 +44,7 @@ export function checkRow(id, { name, descr, checked, disabled }, act) {
   return make(
     'tr',
     {},
-    make('th', { scope: 'row' }, make('label', { for: id }, box, make('span', {}, name))),
+    make('th', { scope: 'row' }, make('label', { for: id }, box, make('span', {}, inSight(name)))),
     make('td', { class: 'wide-only' }, descr),
   );
 }

@@ -84,7 +84,7 @@ test("An idle session is refused as timed out", () => {
   assertSessionRefused(run("general", { query: { action: "load" }, cookie }), "timeout", "login", "error_timeout");
 });
 
-test("Who am I does not keep an idle session alive; opening a form does", () => {
+test("Who am I does not keep an idle session alive; opening a form does, and so does waiting for an upload", () => {
   const cookie = login();
   const lastActivity = () => Date.now() / 1000 - statSync(sessionFile(cookie)).mtimeMs / 1000;
   idle(cookie, 10);
@@ -93,6 +93,9 @@ test("Who am I does not keep an idle session alive; opening a form does", () => 
   assert.ok(lastActivity() > 500);
   run("general", { query: { action: "load" }, cookie });
   assert.ok(lastActivity() < 100);
+  idle(cookie, 10);
+  assert.ok(run("whoami", { query: { active: "1" }, cookie }).json.data.seconds_left > 800);
+  assert.ok(lastActivity() < 100, "somebody waits for something that takes long");
 });
 
 test("A session from another address was interrupted", () => {

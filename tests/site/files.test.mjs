@@ -2,11 +2,11 @@
 import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
 import { randomBytes } from "node:crypto";
-import { mkdir, readdir, readFile, writeFile } from "node:fs/promises";
+import { mkdir, readdir, readFile, rm, writeFile } from "node:fs/promises";
 import { test } from "node:test";
 import { drawFilm, webm } from "./film.mjs";
 import { withSite } from "./harness.mjs";
-import { focused, goByNavigation, tabTo } from "./person.mjs";
+import { focused, goByNavigation, holdPosts, tabTo } from "./person.mjs";
 import { quiet } from "./traffic.mjs";
 
 const kPhone = "Mozilla/5.0 (Linux; Android 13; Pixel 7) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/124.0.0.0 Mobile Safari/537.36";
@@ -180,6 +180,8 @@ test("In a film one seeks, and only what is needed is fetched", () =>
     console.log(`film of ${film.length} bytes: fetched from ${starts}`);
   }));
 
+// As long as a name can be, so that what ends it is cut off.
+const kTooLong = "x".repeat(255);
 const textOf = (page, selector) => page.textContent(selector);
 const uploadsOver = (page, words) => page.waitForFunction((text) => document.getElementById("uploads-status").textContent === text, words);
 const text = (name, content) => ({ name, mimeType: "text/plain", buffer: Buffer.from(content) });
@@ -198,8 +200,12 @@ test("A person makes a folder, sends files into it and is told what went wrong",
     assert.equal(await focused(page), "name");
     await page.keyboard.press("Control+A");
     await page.keyboard.type("2024 <b>&");
+    const made = await holdPosts(page, "new_folder");
     await page.keyboard.press("Enter");
+    await page.keyboard.press("Enter");
+    made.letGo();
     await page.waitForSelector("#notice.success");
+    assert.equal(made.count(), 1, "whoever presses twice has pressed once");
     assert.equal(await textOf(page, "#notice"), "The folder 2024 <b>& has been made.");
     assert.equal(await focused(page), "make");
     await page.click("#tree a:text-is('2024 <b>&')");
@@ -222,8 +228,9 @@ test("A person makes a folder, sends files into it and is told what went wrong",
 
     await page.click("#tree a:text-is('My own folder')");
     await shows(page, "My own folder");
-    await page.setInputFiles("#chosen", [text("mine.txt", "mine")]);
-    await uploadsOver(page, "Uploaded: 1 / 1");
+    await page.setInputFiles("#chosen", [text("mine.txt", "mine"), text(`${kTooLong}.txt`, "")]);
+    await uploadsOver(page, "Uploaded: 2 / 2");
+    assert.equal(await textOf(page, "#uploads-list li:last-child .upload-state"), `uploaded as ${kTooLong}`);
     assert.equal(await readFile(`${state}/volume1/homes/anna/mine.txt`, "utf8"), "mine");
 
     await openFiles(site, "/photo");
@@ -265,6 +272,40 @@ test("An upload shows how far it is and can be cancelled, and what is dropped is
     await page.dispatchEvent("#drop", "drop", { dataTransfer: dropped });
     await uploadsOver(page, "Uploaded: 2 / 4");
     assert.equal(await readFile(`${state}/volume1/public/dropped.txt`, "utf8"), "dropped");
+  }));
+
+test("While files are sent the session is kept, a film goes on and the focus stays; a page that is gone gives way to the last", () =>
+  withSite("files-meanwhile", async (site) => {
+    const { page, login, state } = site;
+    const folder = `${state}/volume1/public/many`;
+    await mkdir(folder);
+    await writeFile(`${folder}/chime.wav`, await readFile(`${state}/volume1/public/chime.wav`));
+    for (let i = 0; i < 150; ++i) await writeFile(`${folder}/\u202ez${String(i).padStart(3, "0")}`, "");
+    await login("anna");
+    await page.clock.install();
+    await openFiles(site, "/public/many");
+    assert.equal((await names(page))[1], "\ufffdz000", "a name turns nothing around");
+    await page.click('a[href$="chime.wav"]');
+    await page.focus("#items tr:nth-child(3) .name a");
+    let held;
+    const holding = new Promise((resolve) => (held = resolve));
+    await page.route(/upload\.cgi/, (route) => held(route));
+    await page.setInputFiles("#chosen", [text("aaa", "sent")]);
+    const route = await holding;
+    const sign = page.waitForRequest(/whoami\.cgi\?active=1/);
+    await page.clock.fastForward(61_000);
+    await sign;
+    await route.continue();
+    await uploadsOver(page, "Uploaded: 1 / 1");
+    await page.waitForFunction(() => document.querySelector("#items .name").textContent === "aaa");
+    assert.equal(await page.isVisible("#preview audio"), true);
+    assert.equal(await page.evaluate(() => document.activeElement.textContent), "\ufffdz001");
+    await page.click("#next");
+    await page.waitForFunction(() => document.getElementById("position").textContent === "101\u2013152 / 152");
+    for (let i = 0; i < 60; ++i) await rm(`${folder}/\u202ez${String(i).padStart(3, "0")}`);
+    await page.reload();
+    await page.waitForFunction(() => document.querySelectorAll("#items tr").length === 92);
+    assert.equal(await page.textContent("#status"), "");
   }));
 
 test("The tree opens level by level, by keyboard, and follows the folder that is shown", () =>

@@ -276,3 +276,39 @@ test("On a German phone users and groups fit the screen", () =>
     },
     { context: phone },
   ));
+
+// Marks that turn the text behind them, and what would be a pattern of a replacement.
+const kLongest = "W".repeat(255);
+const kTurning = "\u202egpj.exe";
+const kPattern = "$& $1";
+test("The longest name and odd ones fit a phone, and stand in words as they are", () =>
+  withSite(
+    "users-names",
+    async (site) => {
+      const { page, shot, server } = site;
+      const fits = async (what) => {
+        const beyond = await page.evaluate(() => document.documentElement.scrollWidth - document.documentElement.clientWidth);
+        await shot(what);
+        assert.ok(beyond <= 0, `${what}: ${beyond} pixels are beyond the edge`);
+      };
+      await load(server, [kLongest, kTurning, kPattern].map((name) => `${name}\t\t`));
+      await runInside(server, ["/usr/kest/bin/kestaccount", "groupadd", kLongest.toLowerCase()]);
+      await openList(site, "users");
+      await fits("list");
+      await page.click('#list tr[data-name^="WW"] button.name');
+      await view(page, "editor");
+      await fits("form");
+      await page.click("#save");
+      await saved(page);
+      await fits("saved");
+      await page.locator("#list tbody tr").filter({ hasText: kPattern }).locator("button").last().click();
+      await page.waitForFunction((name) => document.getElementById("notice").textContent.startsWith(name), kPattern);
+      assert.equal(await page.textContent("#notice"), `${kPattern} ist gesperrt.`);
+      assert.ok((await namesOf(page, "list")).includes("\ufffdgpj.exe"));
+      await openList(site, "groups");
+      await page.click('#list tr[data-name^="ww"] button.name');
+      await view(page, "members");
+      await fits("members");
+    },
+    { context: phone },
+  ));
