@@ -7,7 +7,7 @@ import { account, login, makeAccounts, run } from "./program.mjs";
 
 const kPassword = "a fresh password";
 // Fewer than elsewhere: what is looked at after each takes several programs.
-const kSteps = 16;
+const kSteps = 12;
 const kMembers = ["admin", "anna"];
 let cookie;
 
