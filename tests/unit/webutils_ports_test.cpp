@@ -158,6 +158,20 @@ TEST_F(PortConflictTest, AMissingSettingIsPortZero) {
   EXPECT_EQ("adminUI ftp http https download surveillance cfs other ", ConflictingServices(-1, 0));
 }
 
+TEST_F(PortConflictTest, OfTheVirtualHostsOnlyThePortsThatTheyHaveAreCompared) {
+  for (const char* key : {"ftpport", "ftplowport", "ftphighport", "httpport", "download_start_port",
+                          "download_end_port", "surveillance_low_port", "surveillance_high_port", "cfs_httpport",
+                          "cfs_httpsport", "admin_port", "secure_admin_port"}) {
+    Setting(key, "60000");
+  }
+  EXPECT_EQ("", ConflictingServices(0, 100)) << "a list without ports holds none, not even 0";
+  Listens(kHttpHosts, {8080});
+  Listens(kHttpsHosts, {8443});
+  EXPECT_EQ("", ConflictingServices(0, 100));
+  Listens(kHttpsHosts, {8443, 0});
+  EXPECT_EQ("adminUI ftp http download surveillance cfs other ", ConflictingServices(0, 100));
+}
+
 TEST_F(PortConflictTest, SettingsAreNumbersAsFarAsTheyAreOnes) {
   Setting("httpport", " 80x");
   EXPECT_EQ(1, Conflict("ftp", 80, 80));
