@@ -5,6 +5,8 @@ import { showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 import { setText, setWords } from './texts.js';
 
+const kMemberships = { none: 'general:domain_none', joined: 'general:domain_joined', not_joined: 'general:domain_not_joined' };
+
 const at = (id) => document.getElementById(id);
 const form = at('general');
 const draft = new Draft(form, at('status'));
@@ -44,6 +46,15 @@ async function offerTimeZones() {
   if (reply.success) at('timezones').append(...reply.data.time_zones.map((zone) => new Option(zone)));
 }
 
+// A domain may take its time to confirm the membership.
+async function showServer() {
+  const reply = await get('server');
+  if (!reply.success) return;
+  const { name, domain, membership } = reply.data;
+  setWords(at('server-name'), name || '-');
+  await setText(at('server-domain'), kMemberships[membership], { value: domain });
+}
+
 form.addEventListener('submit', async (event) => {
   event.preventDefault();
   at('save').disabled = true;
@@ -57,6 +68,7 @@ const reply = await get('general', { action: 'load' });
 if (reply.success) {
   fillForm(form, reply.data);
   offerTimeZones();
+  showServer();
   const found = await draft.find(reply.data);
   if (found) await offer(found);
 }

@@ -1,6 +1,7 @@
 // general.cgi: the settings form, each kind of rule it uses, and what is stored.
 import assert from "node:assert/strict";
-import { readFileSync, writeFileSync } from "node:fs";
+import { existsSync, mkdirSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { hostname } from "node:os";
 import { before, test } from "node:test";
 import { assertSessionRefused, keepSettings, login, makeAccounts, run, settings, settingsFile, writeSetting } from "./program.mjs";
 
@@ -128,6 +129,30 @@ test("The time zones that are offered are those of the appliance, and are taken"
 test("Time zones are told to administrators", () => {
   assertSessionRefused(run("time_zones", { cookie: login("anna") }), "unauth", "login", "error_noprivilege");
   assertSessionRefused(run("time_zones"), "timeout", "login", "error_timeout");
+});
+
+const samba = "/etc/samba/smb.conf";
+const server = (request = {}) => run("server", { cookie, ...request }).json.data;
+
+test("The server has the machine's name, and without Samba's configuration it is in no domain", () => {
+  assert.deepEqual(server(), { name: hostname(), domain: "", membership: "none" });
+});
+
+for (const [what, text, domain, membership] of [
+  ["A workgroup is no domain", "workgroup = HOME", "", "none"],
+  ["A domain that does not know the machine is named, and said not to be joined", "workgroup = OFFICE\nsecurity = ads\nrealm = office.example", "OFFICE", "not_joined"],
+]) {
+  test(what, { skip: !existsSync("/usr/bin/testparm") && "needs Samba (package samba-common-bin)" }, (t) => {
+    t.after(() => rmSync("/etc/samba", { recursive: true, force: true }));
+    mkdirSync("/etc/samba", { recursive: true });
+    writeFileSync(samba, `[global]\n${text}\n`);
+    assert.deepEqual(server(), { name: hostname(), domain, membership });
+  });
+}
+
+test("The server's name and domain are told to administrators", () => {
+  assertSessionRefused(run("server", { cookie: login("anna") }), "unauth", "login", "error_noprivilege");
+  assertSessionRefused(run("server"), "timeout", "login", "error_timeout");
 });
 
 test("Every bad field has its message, also one that is missing", () => {

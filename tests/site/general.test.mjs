@@ -85,6 +85,27 @@ test("All bad fields are marked at once, and mended one by one", () =>
     assert.deepEqual([stored.timezone, stored.notify, stored.log_level], ["Europe/Berlin", "on", "3"]);
   }));
 
+test("The server's name and its domain stand above the form, in the language of the page", () =>
+  withSite("general-server", async (site) => {
+    const { page, shot } = site;
+    const says = (id, words) => page.waitForFunction(([place, wanted]) => document.getElementById(place).textContent === wanted, [id, words]);
+    await openGeneral(site);
+    await says("server-domain", "none");
+    assert.match(await page.textContent("#server-name"), /^[\w-]+$/);
+    await shot("none");
+    const domain = { name: "nas", domain: "OFFICE", membership: "joined" };
+    await page.route("**/cgi/server.cgi*", (route) => route.fulfill({ json: { success: true, data: domain } }));
+    await page.reload();
+    await says("server-domain", "OFFICE, joined");
+    await page.click('.languages button[lang="de"]');
+    await says("server-domain", "OFFICE, beigetreten");
+    await says("server-name", "nas");
+    domain.membership = "not_joined";
+    await page.reload();
+    await says("server-domain", "OFFICE, nicht beigetreten");
+    await shot("german");
+  }));
+
 test("What was typed and not saved is offered again, and taken or left", () =>
   withSite("general-draft", async (site) => {
     const { page, shot } = site;
