@@ -92,8 +92,7 @@ class ShareForm : public site::SettingsForm {
   int Save() override {
     const std::string change = Value("change");
     // A full folder takes long to encrypt, and nobody waits for that but who changes this very share.
-    std::optional<site::DirectoryTurn> turn;
-    if (change != "encrypt" && !turn.emplace().IsOpen()) return Fail("error_share_not_saved");
+    if (change != "encrypt" && !directory_turn_.emplace().IsOpen()) return Fail("error_share_not_saved");
     if (change == "create") return Create();
     if (const char* const failure = Begin()) return Fail(failure);
     if (change == "encrypt") return Encrypt();
@@ -139,6 +138,8 @@ class ShareForm : public site::SettingsForm {
   const char* EncryptNew(const std::string& name) {
     const int wanted = site::EncryptionOf(Value("encryption"));
     if (wanted == 0) return nullptr;
+    // The folder may have been there before, with much in it.
+    directory_turn_.reset();
     if (!turn_.emplace(name).IsOpen()) return "error_share_busy";
     const site::Share made(SDK::Share::LoadShare(name));
     return made == nullptr ? site::WhyNotLoaded() : site::ChangeEncryption(*made, wanted, Value("passphrase")).failure;
@@ -262,6 +263,7 @@ class ShareForm : public site::SettingsForm {
     return Check("again", Value("again") == Value("passphrase") ? nullptr : "error_passphrase_again");
   }
 
+  std::optional<site::DirectoryTurn> directory_turn_;
   std::optional<site::ShareTurn> turn_;
   site::StoredShare stored_;
   site::ListedNames wanted_;

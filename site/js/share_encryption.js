@@ -1,8 +1,10 @@
 // The form that changes the encryption of a shared folder.
 import { get, post } from './api.js';
 import { clearErrors, fillForm, prepareForm, readForm, showRefusal, whenSent } from './form.js';
+import { hideNotice, showNotice } from './notice.js';
 import { forgetSecrets, showSecrets } from './share_secret.js';
 import { setText, setWords, translate } from './texts.js';
+import { whileWaiting } from './waiting.js';
 
 const kHints = {
   none: { manual: 'shares:hint_encrypt', auto: 'shares:hint_encrypt' },
@@ -50,7 +52,10 @@ export const encryptedShare = () => share;
 
 async function change(changed) {
   clearErrors(form);
-  const reply = await post('share', { action: 'apply', change: 'encrypt', share, ...readForm(form) });
+  const fields = readForm(form);
+  await showNotice('info', 'shares:encrypting');
+  const reply = await whileWaiting(() => post('share', { action: 'apply', change: 'encrypt', share, ...fields }));
+  hideNotice();
   forgetSecrets(form);
   if (!reply.success) return showRefusal(form, reply);
   closeEncryption();

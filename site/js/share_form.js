@@ -6,6 +6,7 @@ import { clearErrors, fillForm, prepareForm, readForm, showRefusal, whenSent } f
 import { NameList } from './name_list.js';
 import { forgetSecrets, showSecrets } from './share_secret.js';
 import { setText, setWords, translate } from './texts.js';
+import { whileWaiting } from './waiting.js';
 
 const kMostCharacters = 64;
 const kLists = ['rw', 'ro', 'na'];
@@ -70,7 +71,7 @@ async function save(saved) {
   clearErrors(form);
   await Promise.all(kLists.map((id) => lists[id].finish()));
   const fields = { ...readForm(form), ...Object.fromEntries(kLists.map((id) => [id, lists[id].value])) };
-  const reply = await post('share', { action: 'apply', change: edited ? 'save' : 'create', share: edited, version, ...fields });
+  const reply = await whileWaiting(() => post('share', { action: 'apply', change: edited ? 'save' : 'create', share: edited, version, ...fields }));
   if (!reply.success) return showRefusal(form, reply);
   const isNew = edited === '';
   closeShareForm();

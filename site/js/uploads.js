@@ -1,16 +1,15 @@
 // Uploads into folders: one after another, each with its progress, a way to cancel it, and what went wrong beside it.
-import { get, judge } from './api.js';
+import { judge } from './api.js';
 import { make } from './elements.js';
 import { inSight } from './in_sight.js';
 import { sizeInWords } from './sizes.js';
 import { setText, setWords, translate } from './texts.js';
+import { whileWaiting } from './waiting.js';
 
 const at = (id) => document.getElementById(id);
 
 // The platform's own reasons of the header "x-request-refused" that tell more than the program's.
 const kRefusals = { body_too_large: 'upload:error_too_large', upload_storage: 'files:error_no_room' };
-
-const kBetweenSigns_ms = 60_000;
 
 const queue = [];
 let running = null;
@@ -87,12 +86,9 @@ function showProgress(upload, loaded, total) {
   else setText(upload.state, 'files:upload_storing');
 }
 
-// Whoever waits for an upload is not away, however long it takes: the next one still needs the session.
-const stayLoggedIn = () => setInterval(() => get('whoami', { active: 1 }), kBetweenSigns_ms);
-
-async function work() {
+// Resolves to the folders that may have got files.
+async function sendAll() {
   const folders = new Set();
-  const signs = stayLoggedIn();
   while (queue.length > 0) {
     running = queue.shift();
     const upload = running;
@@ -101,8 +97,12 @@ async function work() {
     // What was cancelled or got no answer may have arrived all the same.
     if (reply.success !== false) folders.add(upload.link);
   }
-  clearInterval(signs);
   running = null;
+  return folders;
+}
+
+async function work() {
+  const folders = await whileWaiting(sendAll);
   const rows = [...at('uploads-list').children];
   const done = rows.filter(({ className }) => className === 'done').length;
   await setText(at('uploads-status'), 'files:uploads_done', { value: `${done} / ${rows.length}` });

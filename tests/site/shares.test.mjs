@@ -106,7 +106,12 @@ test("A folder is made with the keyboard, changed, refused, renamed, and cannot 
     assert.equal(await page.inputValue("#passphrase"), "");
     await page.fill("#passphrase", kPassphrase);
     await page.fill("#again", kPassphrase);
-    await Promise.all([page.waitForFunction(() => /cannot encrypt folders/.test(document.getElementById("notice").textContent)), page.click("#encrypt-save")]);
+    const encryption = await holdPosts(page, "share");
+    await page.click("#encrypt-save");
+    await page.waitForSelector("#notice.info");
+    assert.match(await page.textContent("#notice"), /leave this page open/);
+    encryption.letGo();
+    await page.waitForFunction(() => /cannot encrypt folders/.test(document.getElementById("notice").textContent));
     await shot("not-encrypted");
     assert.ok(!pageLog.some(({ text }) => text.includes(kPassphrase)));
     await page.click("#encrypt-close");
