@@ -11,9 +11,9 @@ export class UserForm {
   #user = '';
   #version = '';
 
-  // saved(data): the user is stored so; closed(name): nothing was saved.
-  constructor({ saved, closed }) {
-    this.saved = saved;
+  // saved(data): the user is stored so; closed(name): nothing was saved; own: name of who is logged in.
+  constructor({ saved, closed, own }) {
+    Object.assign(this, { saved, own });
     prepareForm(this.#form);
     at('state').addEventListener('change', () => this.#showDay());
     at('close').addEventListener('click', () => closed(this.#user));
@@ -31,10 +31,15 @@ export class UserForm {
     this.#showDay();
     await Promise.all([
       this.#user ? setText(at('editor-title'), 'users:user', { value: this.#user }) : setText(at('editor-title'), 'users:new'),
-      setText(at('password-hint'), this.#user ? 'users:password_stays' : 'users:password_hint'),
+      setText(at('password-hint'), this.#hint()),
     ]);
     showView('editor');
     at('name').focus();
+  }
+
+  #hint() {
+    if (this.#user === this.own) return 'users:password_own';
+    return this.#user ? 'users:password_stays' : 'users:password_hint';
   }
 
   #showDay() {

@@ -86,7 +86,6 @@ async function turn(name, change) {
   focusOn(name);
 }
 
-const form = new UserForm({ saved, closed: backTo });
 const groups = new UserGroups({ closed: backTo });
 
 async function open(name) {
@@ -118,7 +117,8 @@ at('find').addEventListener('submit', (event) => {
 });
 at('new').addEventListener('click', () => open(''));
 
-await enterPage();
+const { user: own } = await enterPage();
+const form = new UserForm({ saved, closed: backTo, own });
 whenLanguageChanges(() => Promise.all([list.show(), at('joining').hidden || groups.list.show()]));
 if (nameInAddress()) await showAmongAll(nameInAddress());
 // Nobody of that name: that has been said, and here is everybody.

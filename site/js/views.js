@@ -8,10 +8,11 @@ export function showView(id) {
   for (const section of document.querySelectorAll('main > section')) section.hidden = section.id !== id;
 }
 
-// A row's button. It is called by its own words and what the row is about, `named`.
+// A row's button. It is called by its own words and what the row is about, `named`. The second click of a double one would
+// meet the button that has taken its place, and undo what the first has done.
 export function rowButton(id, words, named, act) {
   const button = make('button', { type: 'button', class: 'quiet', id, 'data-text': words, 'aria-labelledby': `${id} ${named}` });
-  button.addEventListener('click', act);
+  button.addEventListener('click', ({ detail: count }) => count < 2 && act());
   return button;
 }
 

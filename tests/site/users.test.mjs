@@ -4,7 +4,7 @@ import { test } from "node:test";
 import { assertAccessible } from "./axe.mjs";
 import { sessionCookie, withSite } from "./harness.mjs";
 import { comesTrue, runInside } from "./inside.mjs";
-import { errorBeside, focused, goByNavigation, saved, tabTo, typeInto } from "./person.mjs";
+import { errorBeside, focused, goByNavigation, holdPosts, saved, tabTo, typeInto } from "./person.mjs";
 import { quiet } from "./traffic.mjs";
 
 const kCount = 120;
@@ -93,8 +93,11 @@ test("Among many users one is made by keyboard, corrected, found again, put into
     await saved(page);
     assert.match(await runInside(server, ["/usr/kest/bin/kestaccount", "groups"]), /^editors\t\d+\t1\t/m);
 
-    await rowButton(page, "person099b", "Disable");
+    const turns = await holdPosts(page, "user");
+    await page.dblclick('#list tr[data-name="person099b"] button:text-is("Disable")');
+    turns.letGo();
     await page.waitForSelector('#list tr[data-name="person099b"] button:text-is("Enable")');
+    assert.equal(turns.count(), 1, "a double click is one");
     await site.login();
     assert.equal(await logIn(), false);
   }));
@@ -301,6 +304,10 @@ test("The longest name and odd ones fit a phone, and stand in words as they are"
       await page.click("#save");
       await saved(page);
       await fits("saved");
+      await page.click('#list tr[data-name="admin"] button.name');
+      await view(page, "editor");
+      assert.match(await page.textContent("#password-hint"), /Sie melden sich damit wieder an/, "a new password of one's own ends the session");
+      await page.click("#close");
       await page.locator("#list tbody tr").filter({ hasText: kPattern }).locator("button").last().click();
       await page.waitForFunction((name) => document.getElementById("notice").textContent.startsWith(name), kPattern);
       assert.equal(await page.textContent("#notice"), `${kPattern} ist gesperrt.`);
