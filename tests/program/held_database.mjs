@@ -12,8 +12,8 @@ const isWriting = (pid) => new RegExp(`WRITE +${pid} \\S+ 120 120$`, "m").test(r
 
 /// Stops a process in the middle of a large change, calls `act`, and ends it: nothing of the change is kept.
 export async function whileDatabaseIsHeld(act) {
-  const lines = `${people(kAccounts).map((name) => `${name}\t\t`).join("\n")}\n`;
   for (let count = 0; count < kTries; ++count) {
+    const lines = `${people(kAccounts).map((name) => `${name}of${count}\t\t`).join("\n")}\n`;
     const holder = spawn("/usr/kest/bin/kestaccount", ["load"], { stdio: ["pipe", "ignore", "inherit"] });
     const ended = new Promise((resolve) => holder.on("exit", resolve));
     holder.stdin.on("error", () => {});
