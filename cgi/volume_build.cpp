@@ -36,12 +36,12 @@ std::string Words(const std::string& section, const std::string& key) {
   return StringBundle(name.data(), nullptr, nullptr, nullptr, nullptr, nullptr).Text(key.c_str(), "");
 }
 
+// While somebody has the lock no other building can begin: before a worker says that the work is its own, and until it has gone
+// after its last word.
 const char* StateOf(bool building, int status) {
-  if (building) return "building";
+  if (building || site::WorkLock(kLock).IsTaken()) return "building";
   if (status == site::kFailed) return "failed";
-  // Whoever has the lock has not said yet that the work is its own.
-  if (status == site::kInProgress) return site::WorkLock(kLock).IsTaken() ? "building" : "stopped";
-  return "done";
+  return status == site::kInProgress ? "stopped" : "done";
 }
 
 int Show(Tarvel& request) {
@@ -52,12 +52,13 @@ int Show(Tarvel& request) {
     return site::Succeed(request, data);
   }
   const bool building = Volume::IsVolBuilding(request, record);
-  data["state"] = StateOf(building, record.status);
+  const std::string state = StateOf(building, record.status);
+  data["state"] = state;
   data["volume"] = record.volPath;
   data["device"] = record.inProgressDevPath;
   data["action"] = record.action;
   data["step"] = record.step;
-  if (record.status == site::kFailed) {
+  if (state == "failed") {
     data["failure"] = Words(record.errSection, record.errKey);
     data["line"] = record.errLine;
   }

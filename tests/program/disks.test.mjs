@@ -4,9 +4,8 @@ import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
 import { chmodSync, existsSync, mkdirSync, readFileSync, readdirSync, rmSync, statSync, symlinkSync, truncateSync, writeFileSync } from "node:fs";
 import { dirname } from "node:path";
-import { setTimeout as pause } from "node:timers/promises";
 import { before, beforeEach, test } from "node:test";
-import { assertRefused, assertSessionRefused, idle, login, makeAccounts, run, sessionFile } from "./program.mjs";
+import { assertRefused, assertSessionRefused, comesTrue, idle, login, makeAccounts, run, sessionFile } from "./program.mjs";
 
 const kMiB = 1024 * 1024;
 const kNamed = "/usr/kest/etc/external_disks.conf";
@@ -45,12 +44,9 @@ const typeOf = (path) => spawnSync("/usr/sbin/blkid", ["-p", "-o", "value", "-s"
 const isEmpty = (path) => readFileSync(path).every((byte) => byte === 0);
 
 async function ended(id) {
-  for (let tries = 0; tries < 400; ++tries) {
-    const state = stateOf(id);
-    if (state !== "formatting") return state;
-    await pause(50);
-  }
-  return assert.fail(`${id} is still being formatted`);
+  let state;
+  await comesTrue(() => (state = stateOf(id)) !== "formatting", `the formatting of ${id} ends`);
+  return state;
 }
 
 test("The list is whole", () => {
@@ -88,11 +84,10 @@ for (const [system, type] of [["FAT", "vfat"], ["EXT3", "ext3"], ["EXT4", "ext4"
 function hold(t) {
   writeFileSync(kHold, "");
   const letGo = () => rmSync(kHold, { force: true });
-  t.after(async () => {
+  t.after(() => {
     letGo();
     // One whose worker was killed would write over the disk of the next test.
-    for (let tries = 0; tries < 400 && running(kMkfs).length > 0; ++tries) await pause(50);
-    assert.deepEqual(running(kMkfs), []);
+    return comesTrue(() => running(kMkfs).length === 0, "no file system is made any more");
   });
   return letGo;
 }
@@ -101,6 +96,8 @@ function hold(t) {
 const running = (name) =>
   readdirSync("/proc").filter((pid) => /^\d+$/.test(pid) && new RegExp(`^\\d+ \\(${name}\\) [^ZX]`).test(readText(`/proc/${pid}/stat`)));
 const programs = () => running("disks\\.cgi");
+// A process has the program's name until it has become the one that is held.
+const isHeld = () => comesTrue(() => running(kMkfs).length > 0, "the formatting begins");
 
 // Of a process that ends meanwhile there is nothing to read.
 function readText(path) {
@@ -116,6 +113,7 @@ test("The reply comes when the formatting has begun, and it goes on without its 
   assert.equal(format(usb, "EXT3").json.success, true);
   assert.equal(stateOf("usb1"), "formatting");
   assert.equal(readFileSync(kProgress, "utf8"), `${usb.device}="formatting"\n`);
+  await isHeld();
   const [worker, ...others] = programs();
   assert.deepEqual(others, []);
   const { session, parent } = /^\d+ \(.*\) \S (?<parent>\d+) \d+ (?<session>\d+)/.exec(readText(`/proc/${worker}/stat`)).groups;
@@ -131,13 +129,14 @@ test("The reply comes when the formatting has begun, and it goes on without its 
   letGo();
   assert.equal(await ended("usb1"), "success");
   assert.equal(typeOf(usb.device), "ext3");
-  assert.deepEqual(programs(), []);
+  await comesTrue(() => programs().length === 0, "the worker ends");
 });
 
 test("A formatting whose process has gone without a word is said to be interrupted, and can be begun again", async (t) => {
   hold(t);
   format(usb, "EXT3");
   assert.equal(stateOf("usb1"), "formatting");
+  await isHeld();
   process.kill(Number(programs()[0]), "SIGKILL");
   assert.equal(await ended("usb1"), "interrupted");
   // The program that it had started still waits.
@@ -184,7 +183,7 @@ test("A disk that is in use elsewhere fails, and stays as it is", async () => {
     const ended = spawnSync("/usr/kest/kestman/cgi/disks.cgi", { input: ${JSON.stringify(new URLSearchParams({ action: "format", disk: "usb1", device: usb.device, file_system: "EXT4" }).toString())}, env: process.env });
     process.stdout.write(ended.stdout);
     const state = () => require("node:fs").readFileSync(${JSON.stringify(kProgress)}, "utf8");
-    for (let tries = 0; tries < 200 && !state().includes("fail"); ++tries) spawnSync("sleep", ["0.05"]);
+    for (let tries = 0; tries < 1200 && !state().includes("fail"); ++tries) spawnSync("sleep", ["0.05"]);
     process.stdout.write(state());`], {
     env: { REQUEST_METHOD: "POST", REMOTE_ADDR: "192.0.2.7", HTTP_COOKIE: cookie, CONTENT_TYPE: "application/x-www-form-urlencoded", PATH: process.env.PATH,
       CONTENT_LENGTH: String(new URLSearchParams({ action: "format", disk: "usb1", device: usb.device, file_system: "EXT4" }).toString().length) },

@@ -3,14 +3,15 @@ import assert from "node:assert/strict";
 import { spawn, spawnSync } from "node:child_process";
 import { readdirSync, readFileSync, truncateSync, unlinkSync, writeFileSync } from "node:fs";
 import { after, before, test } from "node:test";
-import { keepOneId, kWithOneId, login, makeAccounts, makeShare } from "./program.mjs";
+import { comesTrue, keepOneId, kWithOneId, login, makeAccounts, makeShare } from "./program.mjs";
 
 const kShared = "/large";
 const kFolder = `/volume1${kShared}`;
 const kName = "large.bin";
 const kFile = `${kFolder}/${kName}`;
 const kFileBytes = 4 * 1024 * 1024;
-const kPatience_ms = 15_000;
+const kLongest_ms = 120_000;
+const kLook_ms = 500;
 const kLog = "/var/log/messages";
 // Numbers of the system calls that wait for a descriptor: select and pselect6.
 const kWaits = { x64: [23, 270], arm64: [72] }[process.arch];
@@ -19,13 +20,6 @@ let cookie;
 let logd;
 
 const pause = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
-
-async function comesTrue(condition, what) {
-  for (const end = Date.now() + kPatience_ms; Date.now() < end; await pause(20)) {
-    if (condition()) return;
-  }
-  assert.fail(`never: ${what}`);
-}
 
 before(async () => {
   makeAccounts();
@@ -45,7 +39,7 @@ class Download {
     const command = [...kWithOneId, ...through, "/usr/kest/kestman/cgi/download.cgi"];
     this.process = spawn(command[0], command.slice(1), {
       stdio: ["ignore", "pipe", "pipe"],
-      timeout: 2 * kPatience_ms,
+      timeout: kLongest_ms,
       killSignal: "SIGKILL",
       env: { PATH: process.env.PATH, REQUEST_METHOD: "GET", REMOTE_ADDR: "192.0.2.7", HTTP_COOKIE: cookie, QUERY_STRING: `${new URLSearchParams(query)}`, ...env },
     });
@@ -93,11 +87,12 @@ function exists(pid) {
 test("A client that stops reading is waited for without work, and may go on", async () => {
   writeFileSync(kFile, Buffer.alloc(kFileBytes, "abc"));
   const download = new Download({ path: `${kShared}/${kName}` });
-  await waits(download);
-  const before = ticksOf(download.pid);
-  await pause(500);
-  assert.ok(isWaiting(download.pid));
-  assert.ok(ticksOf(download.pid) - before <= 1, "waiting costs nothing");
+  // A busy machine may let the program do the rest of what it had begun late; one that works while it waits is never idle.
+  await comesTrue(async () => {
+    const before = ticksOf(download.pid);
+    await pause(kLook_ms);
+    return isWaiting(download.pid) && ticksOf(download.pid) - before <= 1;
+  }, "waiting costs nothing");
   assert.deepEqual(bodyOf(await download.rest()), readFileSync(kFile));
   assert.deepEqual(await download.ended, { status: 0, signal: null });
   assert.equal(download.complaints, "");

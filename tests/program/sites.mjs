@@ -8,7 +8,7 @@ import { createServer } from "node:net";
 
 const kControl = "/run/sites/control";
 const kOutcome = "/run/sites/outcome";
-const kStart_ms = 15_000;
+const kStart_ms = 60_000;
 
 export const hostFiles = ["/usr/kest/etc/httpd-vhost.conf-user", "/usr/kest/etc/httpd-ssl-vhost.conf-user"];
 export const translated = "/run/sites/hosts.conf";

@@ -1,5 +1,5 @@
 // The sites' web server takes every pair of files that the library writes, and serves each host from its folder.
-// SITES_SEED=N, as a failed run printed it, makes the same lists again.
+// SITES_SEED=N makes other lists.
 import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
 import { mkdirSync, readdirSync, readFileSync, rmSync, statSync, writeFileSync } from "node:fs";
@@ -7,6 +7,7 @@ import { request as httpRequest } from "node:http";
 import { createConnection } from "node:net";
 import { after, before, test } from "node:test";
 import { ask, filesNow, freePorts, hostFiles, listenOn, makePage, reload, sitesFolder, startSites, translated, writeHosts } from "./sites.mjs";
+import { comesTrue } from "./program.mjs";
 
 const kLists = 12;
 const kHostsOfAList = 12;
@@ -180,10 +181,8 @@ test("A web server that has ended is started again", async () => {
   makePage("a", "page of a");
   await serve([host(port, "a.example", "a")]);
   process.kill(Number(readFileSync("/run/sites/httpd.pid", "utf8")), "SIGKILL");
-  const end = Date.now() + 20_000;
   // What the killed one has left behind answers a while longer.
-  while (!/has ended; it is started again/.test(sites.complaints) && Date.now() < end) await new Promise((resolve) => setTimeout(resolve, 50));
-  assert.match(sites.complaints, /has ended; it is started again/);
+  await comesTrue(() => /has ended; it is started again/.test(sites.complaints), "it is started again");
   assert.deepEqual(told(await reload()), [["served", "1"]]);
   assert.equal((await ask(port, "a.example")).text, "page of a");
 });
@@ -254,7 +253,7 @@ async function assertServed(hosts, seed) {
 }
 
 test("Generated lists with odd names, several ports and HTTPS: each pair of files is taken, each host answers from its folder", async (t) => {
-  const seed = Number(process.env.SITES_SEED ?? Date.now() % 0x7fffffff);
+  const seed = Number(process.env.SITES_SEED ?? 1);
   t.diagnostic(`SITES_SEED=${seed}`);
   const random = randomFrom(seed);
   const ports = await freePorts(4);

@@ -3,7 +3,7 @@ import assert from "node:assert/strict";
 import { chmodSync, mkdirSync, readdirSync, readFileSync, rmdirSync, statSync, symlinkSync, writeFileSync } from "node:fs";
 import { afterEach, before, test } from "node:test";
 import {
-  assertRefused, assertSessionRefused, hasOneId, keepOneId, keepSettings, kBodyType, kWithOneId, login, makeAccount, makeAccounts, makeShare, part, run, start, wholeBody, writeSetting,
+  assertRefused, assertSessionRefused, comesTrue, hasOneId, keepOneId, keepSettings, kBodyType, kWithOneId, login, makeAccount, makeAccounts, makeShare, part, run, start, wholeBody, writeSetting,
 } from "./program.mjs";
 
 const kStaging = "/volume1/@tmp";
@@ -178,8 +178,7 @@ test("A program that is killed while the content comes leaves nothing", async (t
   const request = { query: { path: kInbox }, body: body.subarray(0, 2_500_000), type: kBodyType, cookie, env: { CONTENT_LENGTH: String(body.length) } };
   const { process, reply } = start("upload", { ...request, open: true, through: kWithOneId });
   // No pipe and no socket holds as much: the program has taken most of it.
-  for (const end = Date.now() + 10_000; process.stdin.writableLength > 0 && Date.now() < end; ) await new Promise((resolve) => setTimeout(resolve, 5));
-  assert.equal(process.stdin.writableLength, 0, "the program reads");
+  await comesTrue(() => process.stdin.writableLength === 0, "the program reads");
   process.kill("SIGKILL");
   assert.equal(await reply, null);
   assert.deepEqual(inbox(), before);

@@ -4,8 +4,7 @@ import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
 import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, statfsSync, statSync, writeFileSync } from "node:fs";
 import { before, beforeEach, test } from "node:test";
-import { setTimeout as pause } from "node:timers/promises";
-import { assertRefused, assertSessionRefused, idle, login, makeAccounts, run, sessionFile } from "./program.mjs";
+import { assertRefused, assertSessionRefused, comesTrue, idle, login, makeAccounts, run, sessionFile } from "./program.mjs";
 
 const kMiB = 1024 * 1024;
 const kModules = "/tmp/tarvel/modules";
@@ -37,12 +36,9 @@ function writeRecord(text) {
 
 // Waits until the worker has come so far.
 async function reaches(wanted) {
-  for (let tries = 0; tries < 400; ++tries) {
-    const now = progress();
-    if (wanted(now)) return now;
-    await pause(25);
-  }
-  return assert.fail(`it has only come to ${JSON.stringify(progress())}`);
+  let now;
+  await comesTrue(() => wanted((now = progress())), `the worker comes so far: ${wanted}`);
+  return now;
 }
 
 const ended = () => reaches(({ state }) => state !== "building");
@@ -70,6 +66,19 @@ test("A volume is built, and the record and the library tell each step", async (
   assert.equal(record().status, 2);
   assert.equal(typeOf(`${kFolder}/volume2.img`), "ext4");
   assert.ok(statSync(`${kFolder}/volume2.img`).blocks * 512 >= 16 * kMiB, "the volume's room is not taken");
+});
+
+test("A building is over when its worker has gone, whatever its last word was: until then no other begins", async () => {
+  writeFileSync(kHold, "");
+  start();
+  await held();
+  writeRecord({ ...record(), step: 100, status: 2 });
+  assert.equal(progress().state, "building");
+  assertRefused(start(), "volumes", "error_building_already");
+  rmSync(kHold);
+  assert.equal((await ended()).state, "done");
+  assert.equal(start({ size: "8" }).json.data, "/volume3");
+  await ended();
 });
 
 test("The next volume gets the next number", async () => {

@@ -1,5 +1,5 @@
 // Downloads through the web server with clients as there are: one that resumes, slow ones, some that stop or go away. Runs
-// inside the appliance tree. The web server's patience is two seconds instead of sixty.
+// inside the appliance tree. The web server's patience is some seconds instead of sixty.
 import assert from "node:assert/strict";
 import { spawn, spawnSync } from "node:child_process";
 import { randomBytes, randomInt } from "node:crypto";
@@ -7,15 +7,17 @@ import { mkdirSync, readdirSync, readFileSync, rmSync, statSync, truncateSync, w
 import { connect } from "node:net";
 import { after, before, test } from "node:test";
 import { parseByteranges } from "../program/byteranges.mjs";
-import { makeAccounts, makeShare } from "../program/program.mjs";
+import { comesTrue, makeAccounts, makeShare } from "../program/program.mjs";
 import { startWebServer } from "./web_server.mjs";
 
 const kFolder = "/volume1/public/clients";
 const shared = (path) => path.replace("/volume1", "");
 const kFile = `${kFolder}/large file.bin`;
-const kPatience_ms = 2000;
+const kPatience_ms = 4000;
 const kMiB = 1024 * 1024;
 const content = randomBytes(24 * kMiB);
+// So many bytes a second that the whole file takes more than twice the web server's patience.
+const kSlow = Math.floor((content.length * 1000) / (2.2 * kPatience_ms));
 
 let server, cookie;
 
@@ -42,7 +44,7 @@ after(async () => {
 const curl = (...options) => runCurl([], options);
 
 function runCurl(wrapper, options) {
-  const [program, ...words] = [...wrapper, "curl", "--silent", "--show-error", "--max-time", "60", "--cookie", cookie, ...options];
+  const [program, ...words] = [...wrapper, "curl", "--silent", "--show-error", "--max-time", "120", "--cookie", cookie, ...options];
   const child = spawn(program, words);
   const output = [];
   let complaints = "";
@@ -73,13 +75,6 @@ function processesOf(name) {
       return false;
     }
   });
-}
-
-async function comesTrue(condition, what) {
-  for (const end = Date.now() + 15_000; Date.now() < end; await pause(20)) {
-    if (condition()) return;
-  }
-  assert.fail(`never: ${what}`);
 }
 
 const programsEnd = () => comesTrue(() => processesOf("download.cgi").length + processesOf("tar").length === 0, "the programs end");
@@ -165,7 +160,7 @@ test("As many ranges as a header holds are all sent, and a longer header is refu
 
 test("A slow client gets the whole file, however often the web server's patience passes", async () => {
   const began = Date.now();
-  const reply = await readSlowly(openSlowly(kFile), 4 * kMiB);
+  const reply = await readSlowly(openSlowly(kFile), kSlow);
   assert.ok(reply.subarray(reply.indexOf("\r\n\r\n") + 4).equals(content));
   assert.ok(Date.now() - began > 2 * kPatience_ms, `it took ${Date.now() - began} ms only`);
 });
@@ -173,9 +168,11 @@ test("A slow client gets the whole file, however often the web server's patience
 test("A client that stops reading is let go, and the program with it", async () => {
   const socket = openSlowly(kFile);
   await new Promise((resolve) => socket.once("readable", resolve));
-  assert.equal(processesOf("download.cgi").length, 1);
+  const began = performance.now();
   await pause(kPatience_ms / 4);
-  assert.equal(processesOf("download.cgi").length, 1, "it waits");
+  const waiting = processesOf("download.cgi").length;
+  // A machine so busy that the pause took longer than the web server's patience tells nothing of it.
+  if (performance.now() - began < kPatience_ms) assert.equal(waiting, 1, "it waits");
   await programsEnd();
   let got = 0;
   for await (const piece of socket.on("error", () => {})) got += piece.length;
@@ -194,15 +191,16 @@ test("A client that goes away ends the program at once", async () => {
 test("A file that shrinks while it is sent is a short reply, which the client sees at once", async () => {
   const path = `${kFolder}/shrinking`;
   writeFileSync(path, content);
-  const { ended } = curl("--limit-rate", "4M", addressOf(path));
-  await comesTrue(() => processesOf("download.cgi").length === 1, "the program runs");
-  await pause(200);
+  const { child, ended } = curl("--no-buffer", addressOf(path));
+  // From its first bytes on the client waits: what lies between it and the program holds less than what is left of the file.
+  await new Promise((resolve) => child.stdout.once("data", () => resolve(child.stdout.pause())));
   truncateSync(path, 16 * kMiB);
+  child.stdout.resume();
   const { status, complaints, output } = await ended;
   assert.equal(status, 18, `curl tells a partial file: ${complaints}`);
   // How many arrive hangs on the machine: bytes behind the new end may have been sent before the file shrinks, and once the
   // program has ended a slow client has the web server's patience for the rest.
-  assert.ok(output.length > kMiB && output.length < content.length, `${output.length} bytes`);
+  assert.ok(output.length > 0 && output.length < content.length, `${output.length} bytes`);
   assert.ok(output.equals(content.subarray(0, output.length)), "each byte is the file's");
 });
 

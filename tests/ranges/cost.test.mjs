@@ -11,7 +11,7 @@ const kFile = `/volume1${kShared}`;
 const kTrace = "/tmp/trace";
 const kMiB = 1024 * 1024;
 const kPiece = 8192;
-const kTimeout_ms = 30_000;
+const kTimeout_ms = 120_000;
 let env;
 
 before(() => {

@@ -4,7 +4,7 @@ import { spawn } from "node:child_process";
 import http from "node:http";
 import { parseByteranges } from "../program/byteranges.mjs";
 
-const kTimeout_ms = 30_000;
+const kTimeout_ms = 120_000;
 
 /// A reply is { status, headers, body, cut }: the headers that matter for ranges, each at most once; `cut` when the body ended before its announced length.
 /// No more than `limit` bytes of the body are read.
@@ -17,7 +17,9 @@ export function get(port, agent, path, { headers, limit }) {
       incoming.on("error", () => {});
     });
     request.on("timeout", () => request.destroy(new Error(`${path}: no reply`)));
-    request.on("error", reject);
+    // The web server may close a connection that has been idle just when it is used again.
+    const isStale = ({ code }) => request.reusedSocket && code === "ECONNRESET";
+    request.on("error", (error) => (isStale(error) ? resolve(get(port, agent, path, { headers, limit })) : reject(error)));
   });
 }
 

@@ -3,7 +3,7 @@ import { spawn } from "node:child_process";
 import { mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { createConnection, createServer } from "node:net";
 
-const kStartTimeout_ms = 10_000;
+const kStartTimeout_ms = 60_000;
 const kFolder = "/tmp/web-server";
 const kErrorLog = "/var/log/httpd-error.log";
 
