@@ -36,8 +36,8 @@ std::string Words(const std::string& section, const std::string& key) {
   return StringBundle(name.data(), nullptr, nullptr, nullptr, nullptr, nullptr).Text(key.c_str(), "");
 }
 
-// While somebody has the lock no other building can begin: before a worker says that the work is its own, and until it has gone
-// after its last word.
+// While somebody has the lock no other building can begin: before a worker says that the work is its own, and until it
+// has gone after its last word.
 const char* StateOf(bool building, int status) {
   if (building || site::WorkLock(kLock).IsTaken()) return "building";
   if (status == site::kFailed) return "failed";

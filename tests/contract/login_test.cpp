@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <functional>
 
 #include "session_fixture.h"
 
@@ -121,19 +122,47 @@ void AwaitNextSecond() {
   while (time(nullptr) == now.tv_sec) usleep(1000);
 }
 
+// What requests come to that all fall into one second. A machine that is too busy for that begins anew, with `begin`.
+void WithinOneSecond(const std::function<void()>& begin, const std::function<void()>& act) {
+  constexpr int kTries = 60;
+  for (int tries = 0; tries < kTries; ++tries) {
+    begin();
+    AwaitNextSecond();
+    const time_t second = time(nullptr);
+    act();
+    if (time(nullptr) == second) return;
+  }
+  FAIL() << "three requests never fall into one second";
+}
+
 TEST_F(SessionLogin, RepeatedFailuresMakeANameWaitLongerAndLonger) {
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(-1, Login(Client(), "anna", "wrong").result);
-  AwaitNextSecond();
-  EXPECT_EQ(-1, Login(Client(), "anna", "wrong").result);
-  const Answer first = Login(Client(), "anna", "pw-anna");
-  EXPECT_EQ(-3, first.result) << "even with the right password";
-  EXPECT_EQ(1, first.delay_s);
-  EXPECT_EQ("", CookieLine(first));
-  EXPECT_EQ(-3, Login(Client(), "ANNA", "pw-anna").result) << "the case of the name is no way around";
+  const auto fail = [](int times) {
+    ForgetFailures();
+    for (int i = 0; i < times; ++i) {
+      while (Login(Client(), "anna", "wrong").result == -3) usleep(1000);
+    }
+  };
+  Answer third = {}, waits = {}, in_capitals = {};
+  WithinOneSecond([&] { fail(2); },
+                  [&] {
+                    third = Login(Client(), "anna", "wrong");
+                    waits = Login(Client(), "anna", "pw-anna");
+                    in_capitals = Login(Client(), "ANNA", "pw-anna");
+                  });
+  EXPECT_EQ(-1, third.result);
+  EXPECT_EQ(-3, waits.result) << "even with the right password";
+  EXPECT_EQ(1, waits.delay_s);
+  EXPECT_EQ("", CookieLine(waits));
+  EXPECT_EQ(-3, in_capitals.result) << "the case of the name is no way around";
   EXPECT_EQ(1, Login(Client(), "bernd", "pw-bernd").result) << "nobody else has to wait";
-  AwaitNextSecond();
-  EXPECT_EQ(-1, Login(Client(), "anna", "wrong").result);
-  EXPECT_EQ(2, Login(Client(), "anna", "wrong").delay_s);
+  Answer fourth = {};
+  WithinOneSecond([&] { fail(3); },
+                  [&] {
+                    fourth = Login(Client(), "anna", "wrong");
+                    waits = Login(Client(), "anna", "wrong");
+                  });
+  EXPECT_EQ(-1, fourth.result);
+  EXPECT_EQ(2, waits.delay_s);
   sleep(2);
   EXPECT_EQ(1, Login(Client(), "anna", "pw-anna").result);
   EXPECT_EQ(-1, Login(Client(), "anna", "wrong").result) << "a login makes them forgotten";
@@ -141,12 +170,19 @@ TEST_F(SessionLogin, RepeatedFailuresMakeANameWaitLongerAndLonger) {
 }
 
 TEST_F(SessionLogin, UnknownNamesWaitAsWell) {
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(-1, Login(Client(), "nobody", "x").result);
-  AwaitNextSecond();
-  EXPECT_EQ(-1, Login(Client(), "nobody", "x").result);
-  const Answer answer = Login(Client(), "nobody", "x");
-  EXPECT_EQ(-3, answer.result);
-  EXPECT_EQ(1, answer.delay_s);
+  Answer third = {}, waits = {};
+  WithinOneSecond(
+      [] {
+        ForgetFailures();
+        for (int i = 0; i < 2; ++i) EXPECT_EQ(-1, Login(Client(), "nobody", "x").result);
+      },
+      [&] {
+        third = Login(Client(), "nobody", "x");
+        waits = Login(Client(), "nobody", "x");
+      });
+  EXPECT_EQ(-1, third.result);
+  EXPECT_EQ(-3, waits.result);
+  EXPECT_EQ(1, waits.delay_s);
 }
 
 TEST_F(SessionLogin, TheSessionOfTheRequestEndsWhenANewOneOpens) {

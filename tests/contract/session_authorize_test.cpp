@@ -139,10 +139,10 @@ TEST_F(SessionAuthorize, AnUnknownIdIsNeverAdopted) {
 
 TEST_F(SessionAuthorize, AnIdleSessionRunsOut) {
   const Client anna = LoggedIn("anna");
-  Age(anna, kTimeout_s - 10);
+  Age(anna, kTimeout_s - 100);
   const Answer poll = Check(anna, KEST_CGI_POSITION_ACCOUNT, 0);
   EXPECT_EQ(1, poll.result);
-  EXPECT_NEAR(10, poll.request.secondsLeft, 2);
+  EXPECT_TRUE(IsAbout(100, poll.request.secondsLeft));
   Age(anna, kTimeout_s);
   EXPECT_EQ(-1, Check(anna).result);
   EXPECT_EQ(0u, SessionCount()) << "a session that ran out leaves no file";
@@ -170,10 +170,11 @@ TEST_F(SessionAuthorize, AnOddTimeoutCountsAsTheUsualOne) {
 TEST_F(SessionAuthorize, ActivityRenewsTheTimerAndAPollDoesNot) {
   const Client anna = LoggedIn("anna");
   Age(anna, 500);
-  EXPECT_NEAR(400, Check(anna, KEST_CGI_POSITION_ACCOUNT, 0).request.secondsLeft, 2);
-  EXPECT_NEAR(400, Check(anna, KEST_CGI_POSITION_ACCOUNT, 0).request.secondsLeft, 2);
+  for (int poll = 0; poll < 2; ++poll) {
+    EXPECT_TRUE(IsAbout(400, Check(anna, KEST_CGI_POSITION_ACCOUNT, 0).request.secondsLeft));
+  }
   EXPECT_EQ(kTimeout_s, Check(anna, KEST_CGI_POSITION_ACCOUNT, 1).request.secondsLeft);
-  EXPECT_NEAR(kTimeout_s, Check(anna, KEST_CGI_POSITION_ACCOUNT, 0).request.secondsLeft, 2);
+  EXPECT_TRUE(IsAbout(kTimeout_s, Check(anna, KEST_CGI_POSITION_ACCOUNT, 0).request.secondsLeft));
 }
 
 TEST_F(SessionAuthorize, ActivityIsWrittenAtMostOnceAMinute) {
@@ -191,10 +192,12 @@ TEST_F(SessionAuthorize, AClockSetBackALittleRestartsTheTimer) {
   const Client anna = LoggedIn("anna");
   for (const int mode : {0, 1}) {
     Age(anna, -600);
+    const int64_t before = time(nullptr);
     const Answer answer = Check(anna, KEST_CGI_POSITION_ACCOUNT, mode);
     EXPECT_EQ(1, answer.result);
     EXPECT_EQ(kTimeout_s, answer.request.secondsLeft);
-    EXPECT_NEAR(static_cast<double>(time(nullptr)), static_cast<double>(LastActivity(anna)), 2);
+    EXPECT_LE(before - 1, LastActivity(anna)) << "times of files are those of the clock's last tick";
+    EXPECT_GE(time(nullptr), LastActivity(anna));
   }
 }
 
@@ -344,8 +347,15 @@ TEST_F(SessionAuthorize, WhatIsNoPrivateFileIsNoSession) {
 }
 
 TEST_F(SessionAuthorize, TheDatabaseIsOpenedOnlyAfterAChange) {
-  const Client anna = LoggedIn("anna");
-  EXPECT_TRUE(Check(anna).opened_accounts) << "the accounts have only just been made";
+  Client anna;
+  bool opened = false;
+  // A machine may be too busy to log somebody in while the change is fresh.
+  for (int tries = 0; tries < 20 && !opened; ++tries) {
+    ASSERT_EQ(0, Account({"admin", "anna", "off"}));
+    anna = LoggedIn("anna");
+    opened = Check(anna).opened_accounts;
+  }
+  EXPECT_TRUE(opened) << "the accounts have only just been changed";
   sleep(3);  // until their file's time lies behind the clock's tick
   EXPECT_EQ(1, Check(anna).result);
   EXPECT_FALSE(Check(anna).opened_accounts);

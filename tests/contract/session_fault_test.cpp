@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <vector>
 
 #include "full_disk.h"
 #include "session_fixture.h"
@@ -79,7 +80,7 @@ TEST_F(SessionFault, AFullDiskOpensNoSessionAndSpoilsNone) {
     EXPECT_STREQ("", answer.id);
     EXPECT_EQ(std::string::npos, std::string(answer.headers).find("Set-Cookie"));
     EXPECT_EQ(1, Check(anna).result) << "sessions go on";
-    EXPECT_NEAR(900, Check(anna, KEST_CGI_POSITION_ACCOUNT, 0).request.secondsLeft, 2) << "and are renewed";
+    EXPECT_TRUE(IsAbout(900, Check(anna, KEST_CGI_POSITION_ACCOUNT, 0).request.secondsLeft)) << "and are renewed";
     EXPECT_EQ(1u, SessionCount()) << "no empty files are left";
     EXPECT_NE("", log_.Take());
   }
@@ -130,12 +131,11 @@ void KillDuring(const std::function<void()>& login, useconds_t after_us) {
 
 TEST_F(SessionFault, AKilledLoginLeavesEverythingWhole) {
   Settings("session_single=\"yes\"\n");  // so that a login writes to the accounts, too
-  const std::string failures = kFailures;
   for (int round = 0; round < 40; ++round) {
     const char* password = round % 2 == 0 ? "pw-anna" : "wrong";
     KillDuring([&] { Login(Client(), "anna", password); }, static_cast<useconds_t>(round * 700));
     if (round % 2 == 0) continue;
-    for (const char* end : {"", "-wal", "-shm"}) fs::remove(failures + end);  // so that no round has to wait
+    ForgetFailures();  // so that no round has to wait
   }
   EXPECT_EQ(0, Account({"list"}));
   const Client anna = LoggedIn("anna");
@@ -171,21 +171,35 @@ TEST_F(SessionFault, ManyProcessesLogInAndCheckAtOnce) {
   EXPECT_EQ(0u, SessionCount());
 }
 
-TEST_F(SessionFault, GuessesOfManyProcessesAreAllCounted) {
-  constexpr int kProcesses = 6;
-  pid_t pids[kProcesses];
+// How many of that many guesses at once were judged, and not told to wait.
+int GuessesJudged(int processes, const std::function<int()>& guess) {
+  std::vector<pid_t> pids(static_cast<size_t>(processes));
   for (pid_t& pid : pids) {
     pid = fork();
-    if (pid != 0) continue;
-    const int result = Login(Client(), "anna", "guess").result;
-    _exit(result == -1 || result == -3 ? 0 : 1);
+    if (pid == 0) _exit(-guess());
   }
+  int judged = 0;
   for (const pid_t pid : pids) {
     int status = -1;
     waitpid(pid, &status, 0);
-    EXPECT_EQ(0, status);
+    EXPECT_TRUE(WIFEXITED(status) && (WEXITSTATUS(status) == 1 || WEXITSTATUS(status) == 3)) << status;
+    judged += WEXITSTATUS(status) == 1 ? 1 : 0;
   }
-  EXPECT_EQ(-3, Login(Client(), "anna", "pw-anna").result);
+  return judged;
+}
+
+TEST_F(SessionFault, GuessesOfManyProcessesAreAllCounted) {
+  constexpr int kProcesses = 6;
+  int judged = 0;
+  int delay_s = 0;
+  // On a busy machine one may come so late that it has to wait already; after six judged ones eight seconds remain.
+  for (int tries = 0; tries < 20 && judged < kProcesses; ++tries) {
+    ForgetFailures();
+    judged = GuessesJudged(kProcesses, [] { return Login(Client(), "anna", "guess").result; });
+    delay_s = Login(Client(), "anna", "pw-anna").delay_s;
+  }
+  EXPECT_EQ(kProcesses, judged);
+  EXPECT_LT(4, delay_s) << "fewer than six were counted";
 }
 
 // Logs in with the right password and lets others fail five times after that login was let in. The accounts are opened

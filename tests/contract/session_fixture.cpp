@@ -175,6 +175,10 @@ Client SessionTest::LoggedIn(const char* user) {
   return client;
 }
 
+void SessionTest::ForgetFailures() {
+  for (const char* end : {"", "-wal", "-shm"}) fs::remove(std::string(kFailures) + end);
+}
+
 void SessionTest::Age(const Client& client, int seconds) {
   timespec times[2] = {};
   clock_gettime(CLOCK_REALTIME, &times[0]);
@@ -186,6 +190,13 @@ void SessionTest::Age(const Client& client, int seconds) {
 int64_t SessionTest::LastActivity(const Client& client) {
   struct stat file;
   return stat(SessionPath(client).c_str(), &file) == 0 ? file.st_mtim.tv_sec : -1;
+}
+
+::testing::AssertionResult SessionTest::IsAbout(int seconds, int left) {
+  constexpr int kSlowest_s = 60;
+  const bool about = left <= seconds && left > seconds - kSlowest_s;
+  return (about ? ::testing::AssertionSuccess() : ::testing::AssertionFailure())
+         << left << " s are left, not " << seconds;
 }
 
 size_t SessionTest::SessionCount() {

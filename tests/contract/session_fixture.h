@@ -58,10 +58,16 @@ class SessionTest : public ::testing::Test {
   /// A client that is logged in. Passwords of the fixture's accounts are "pw-" and the name.
   static Client LoggedIn(const char* user);
 
+  /// As if nobody had ever given a wrong password.
+  static void ForgetFailures();
+
   /// Moves the session's last activity, seconds into the past (or, negative, into the future).
   static void Age(const Client& client, int seconds);
   static int64_t LastActivity(const Client& client);
   static std::string SessionPath(const Client& client) { return std::string(kSessions) + "/" + client.Id(); }
+  /// Whether a session that had so many seconds left has them still, but for those that a busy machine takes for a
+  /// request.
+  static ::testing::AssertionResult IsAbout(int seconds, int left);
   /// Number of entries of the session directory.
   static size_t SessionCount();
 
