@@ -16,7 +16,7 @@ class Form : public ServerFormHandler {
  public:
   explicit Form(bool load_params) : ServerFormHandler(load_params) {}
 
-  int Authenticate() override { return authenticated ? 1 : 0; }
+  int Authenticate() override { return authentication; }
   int Load() override {
     done += "load ";
     return 31;
@@ -27,7 +27,7 @@ class Form : public ServerFormHandler {
   }
   Tarvel& Request() { return request; }
 
-  bool authenticated = true;
+  int authentication = 1;
   std::string done;
 };
 

@@ -28,10 +28,18 @@ TEST_F(FormHandlerTest, LoadAndApplyAreDispatchedAndTheirResultsPassedOn) {
 }
 
 TEST_F(FormHandlerTest, ARefusedCallerIsNotServedAndTheActionNotRead) {
-  form().authenticated = false;
+  form().authentication = 0;
   EXPECT_EQ(0, form().Process());
   EXPECT_EQ("", form().done);
   EXPECT_THAT(Calls(), IsEmpty());
+}
+
+TEST_F(FormHandlerTest, EveryAnswerOfAuthenticateButZeroIsServed) {
+  for (const int answer : {-1, 2}) {
+    form().authentication = answer;
+    HasForm({{"action", "load"}});
+    EXPECT_EQ(31, form().Process()) << answer;
+  }
 }
 
 TEST_F(FormHandlerTest, WithoutAnActionNothingRunsAndTheResultIsZero) {
