@@ -32,7 +32,7 @@ class ShareAccessTest : public ShareTest {
   }
   // Lists of the platform, which a push lets move; those of a mask cannot be made.
   void ListsAreMade(int failing = 0) {
-    auto& made = EXPECT_CALL(klib(), PslKLIBSzListAlloc(512));
+    auto made = EXPECT_CALL(klib(), PslKLIBSzListAlloc(512));
     for (int i = 0; i < 3; ++i) made.WillOnce(Return((failing >> i & 1) == 0 ? NewTextList({}) : nullptr));
     EXPECT_CALL(klib(), KLIBSzListPush(_, _))
         .Times(::testing::AnyNumber())

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "support/allocations.h"
+#include "support/mocked_call_impl.h"
 
 // Not counted: the line is out as a parameter line.
 extern "C" char* RealStrdupForLine(const char* text) __asm__("__real_strdup");
@@ -28,6 +29,8 @@ MockKestCgi& CalledOn(const KESTCGI* ctx, const char* function) {
 }
 
 }  // namespace
+
+MockKestCgi::MockKestCgi() = default;
 
 int KestCgiInit(const char* textRoot, KESTCGI* ctx) {
   const SteadyNew steady;

@@ -1,6 +1,7 @@
 #include "support/mock_kestdir.h"
 
 #include "support/mock_klib.h"
+#include "support/mocked_call_impl.h"
 
 using tarvel_test::Machine;
 using tarvel_test::MockKestDir;
@@ -39,6 +40,8 @@ Cursor* Opened(const char* kind, Cursor* cursor) {
 }
 
 }  // namespace
+
+MockKestDir::MockKestDir() = default;
 
 int IsDomainUG(const char* name) { return Called("IsDomainUG")->IsDomainUG(name); }
 

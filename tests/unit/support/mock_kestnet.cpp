@@ -1,5 +1,7 @@
 #include "support/mock_kestnet.h"
 
+#include "support/mocked_call_impl.h"
+
 using tarvel_test::Machine;
 using tarvel_test::MockKestNet;
 
@@ -10,6 +12,8 @@ constexpr char kZones[] = "list of zones";
 MockKestNet& Called(const char* function) { return MockKestNet::Called(function); }
 
 }  // namespace
+
+MockKestNet::MockKestNet() = default;
 
 int WINIQuery1(char* name, int size, int* flagA, int* flagB) {
   return Called("WINIQuery1").WINIQuery1(name, size, flagA, flagB);

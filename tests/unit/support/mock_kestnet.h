@@ -1,10 +1,9 @@
 #ifndef TESTS_UNIT_SUPPORT_MOCK_KESTNET_H
 #define TESTS_UNIT_SUPPORT_MOCK_KESTNET_H
 
-#include <gmock/gmock.h>
-
 #include "platform/kestnet.h"
 #include "support/current_mock.h"
+#include "support/mocked_call.h"
 
 namespace tarvel_test {
 
@@ -12,12 +11,14 @@ namespace tarvel_test {
 /// PlatformTest: a fixture has its own, after the PlatformTest in it.
 class MockKestNet : public CurrentMock<MockKestNet> {
  public:
-  MOCK_METHOD(int, WINIQuery1, (char* name, int size, int* flag_a, int* flag_b));
-  MOCK_METHOD(int, KESTWinADSJoined, ());
-  MOCK_METHOD(int, KESTWinTestJoin, (int kind));
-  MOCK_METHOD(int, KESTMailSendEventToUser, (const char* event, PSZHASH values, const char* recipient));
-  MOCK_METHOD(int, KESTZoneEnum, (char* buf, int size, int* needed));
-  MOCK_METHOD(int, KESTAppleZoneGet, (const char* iface, KESTAPPLEZONE** list));
+  MockKestNet();
+
+  MOCKED_CALL(int, WINIQuery1, (char* name, int size, int* flag_a, int* flag_b));
+  MOCKED_CALL(int, KESTWinADSJoined, ());
+  MOCKED_CALL(int, KESTWinTestJoin, (int kind));
+  MOCKED_CALL(int, KESTMailSendEventToUser, (const char* event, PSZHASH values, const char* recipient));
+  MOCKED_CALL(int, KESTZoneEnum, (char* buf, int size, int* needed));
+  MOCKED_CALL(int, KESTAppleZoneGet, (const char* iface, KESTAPPLEZONE** list));
 };
 
 }  // namespace tarvel_test

@@ -1,6 +1,10 @@
 #include "support/mock_kestsched.h"
 
+#include "support/mocked_call_impl.h"
+
 using tarvel_test::MockKestSched;
+
+MockKestSched::MockKestSched() = default;
 
 int KESTScheduleGet(const char* cmd, _tag_KEST_SCHEDULE* job) {
   return MockKestSched::Called("KESTScheduleGet").KESTScheduleGet(cmd, job);

@@ -1,5 +1,7 @@
 #include "support/mock_keststorage.h"
 
+#include "support/mocked_call_impl.h"
+
 using tarvel_test::Machine;
 using tarvel_test::MockKestStorage;
 
@@ -11,6 +13,8 @@ constexpr char kRaids[] = "record of RAIDs";
 MockKestStorage& Called(const char* function) { return MockKestStorage::Called(function); }
 
 }  // namespace
+
+MockKestStorage::MockKestStorage() = default;
 
 KESTMOUNTVOL* KESTMountVolInfoEnum(int zero) {
   KESTMOUNTVOL* list = Called("KESTMountVolInfoEnum").KESTMountVolInfoEnum(zero);

@@ -1,37 +1,38 @@
 #ifndef TESTS_UNIT_SUPPORT_MOCK_KESTSTORAGE_H
 #define TESTS_UNIT_SUPPORT_MOCK_KESTSTORAGE_H
 
-#include <gmock/gmock.h>
-
 #include "platform/keststorage.h"
 #include "support/current_mock.h"
+#include "support/mocked_call.h"
 
 namespace tarvel_test {
 
 /// platform/keststorage.h. A list that an enumeration returns, and a record of RAIDs, must be freed exactly once.
 class MockKestStorage : public CurrentMock<MockKestStorage> {
  public:
-  MOCK_METHOD(KESTMOUNTVOL*, KESTMountVolInfoEnum, (int zero));
-  MOCK_METHOD(KESTMOUNTVOL*, KESTMountVolAllEnum, (int zero, int location_mask));
-  MOCK_METHOD(void, KESTMountVolInfoFree, (KESTMOUNTVOL * list));
-  MOCK_METHOD(int, KESTMountVolInfoGet, (const char* path, KESTMOUNTVOL* info));
-  MOCK_METHOD(int, VolumePathParse, (const char* path, _tag_vol_id_* id));
-  MOCK_METHOD(int, FSIsMatchSkipFS, (const char* path, int skip_fs_type));
-  MOCK_METHOD(int, KESTServiceInfoGet, (_tag_SERVICE_ID_ id, SERVICEINFO* info));
-  MOCK_METHOD(int, KESTServiceNewVolumeDecide, (SERVICEINFO * info, char* buf, int size));
-  MOCK_METHOD(int, KESTSupportRAID, ());
-  MOCK_METHOD(int, SupportEBox, ());
-  MOCK_METHOD(int, RAIDSystemGet, (_tag_raid_for_system_ * *slot));
-  MOCK_METHOD(void, RAIDSystemFree, (_tag_raid_for_system_ * raid));
-  MOCK_METHOD(int, KESTSpaceDiskStatusGet, (const SPACEDISKREQ* request, SPACEDISKREPLY* reply));
-  MOCK_METHOD(int, KESTUSBVolInit, (char* dev, int fs));
-  MOCK_METHOD(int, KESTSATAVolInit, (char* dev, int fs, int one));
-  MOCK_METHOD(int, KESTDiskUSBDevGetVolInfo, (char* dev, EXTVOLINFO* info));
-  MOCK_METHOD(int, KESTSATAGetVolInfo, (char* dev, EXTVOLINFO* info));
-  MOCK_METHOD(int, KESTQuotaGet, (const char* path, const char* name, _tag_KEST_QUOTA_* quota));
-  MOCK_METHOD(int, KESTQuotaSet, (const char* path, const char* name, _tag_KEST_QUOTA_* quota));
-  MOCK_METHOD(int, KESTNFSRuleSetAll, (const char* path, int zero));
-  MOCK_METHOD(void, ErrServicesHup, ());
+  MockKestStorage();
+
+  MOCKED_CALL(KESTMOUNTVOL*, KESTMountVolInfoEnum, (int zero));
+  MOCKED_CALL(KESTMOUNTVOL*, KESTMountVolAllEnum, (int zero, int location_mask));
+  MOCKED_CALL(void, KESTMountVolInfoFree, (KESTMOUNTVOL * list));
+  MOCKED_CALL(int, KESTMountVolInfoGet, (const char* path, KESTMOUNTVOL* info));
+  MOCKED_CALL(int, VolumePathParse, (const char* path, _tag_vol_id_* id));
+  MOCKED_CALL(int, FSIsMatchSkipFS, (const char* path, int skip_fs_type));
+  MOCKED_CALL(int, KESTServiceInfoGet, (_tag_SERVICE_ID_ id, SERVICEINFO* info));
+  MOCKED_CALL(int, KESTServiceNewVolumeDecide, (SERVICEINFO * info, char* buf, int size));
+  MOCKED_CALL(int, KESTSupportRAID, ());
+  MOCKED_CALL(int, SupportEBox, ());
+  MOCKED_CALL(int, RAIDSystemGet, (_tag_raid_for_system_ * *slot));
+  MOCKED_CALL(void, RAIDSystemFree, (_tag_raid_for_system_ * raid));
+  MOCKED_CALL(int, KESTSpaceDiskStatusGet, (const SPACEDISKREQ* request, SPACEDISKREPLY* reply));
+  MOCKED_CALL(int, KESTUSBVolInit, (char* dev, int fs));
+  MOCKED_CALL(int, KESTSATAVolInit, (char* dev, int fs, int one));
+  MOCKED_CALL(int, KESTDiskUSBDevGetVolInfo, (char* dev, EXTVOLINFO* info));
+  MOCKED_CALL(int, KESTSATAGetVolInfo, (char* dev, EXTVOLINFO* info));
+  MOCKED_CALL(int, KESTQuotaGet, (const char* path, const char* name, _tag_KEST_QUOTA_* quota));
+  MOCKED_CALL(int, KESTQuotaSet, (const char* path, const char* name, _tag_KEST_QUOTA_* quota));
+  MOCKED_CALL(int, KESTNFSRuleSetAll, (const char* path, int zero));
+  MOCKED_CALL(void, ErrServicesHup, ());
 };
 
 }  // namespace tarvel_test

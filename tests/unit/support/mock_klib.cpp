@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "support/mocked_call_impl.h"
+
 using tarvel_test::Machine;
 using tarvel_test::MockKlib;
 
@@ -11,6 +13,8 @@ constexpr char kTexts[] = "list of texts";
 constexpr char kMap[] = "map of texts";
 
 }  // namespace
+
+MockKlib::MockKlib() = default;
 
 int MockKlib::Growing(PSZLIST* list, const std::function<int()>& call) {
   const tarvel_test::UncountedNew memory;
