@@ -8,8 +8,8 @@
 
 inline Json::Value Settings() {
   static constexpr const char* kFields[] = {
-      "description",      "language",        "timezone",     "admin_port_http", "admin_port_https",
-      "maintenance_date", "allowed_address", "allowed_mask", "notify",          "log_level",
+      "description",     "language",     "timezone", "session_timeout", "maintenance_date",
+      "allowed_address", "allowed_mask", "notify",   "log_level",
   };
   KESTCGI settings;
   KestCgiInit("", &settings);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,11 @@
 namespace {
 
 constexpr const char* kFields[] = {
-    "description",      "language",        "timezone",     "admin_port_http", "admin_port_https",
-    "maintenance_date", "allowed_address", "allowed_mask", "notify",          "log_level",
+    "description",     "language",     "timezone", "session_timeout", "maintenance_date",
+    "allowed_address", "allowed_mask", "notify",   "log_level",
 };
+
+constexpr int kWeek_min = 7 * 24 * 60;
 
 void Declare(FormValidator& form) {
   const char* on_off[] = {"on", "off"};
@@ -30,8 +33,7 @@ void Declare(FormValidator& form) {
   form.AddTextField("description", 64, true);
   form.AddStringList("language", {std::begin(site::kLanguages), std::end(site::kLanguages)});
   form.AddTextField("timezone", false);
-  form.AddNumberField("admin_port_http", 1, 65535);
-  form.AddNumberField("admin_port_https", 1, 65535);
+  form.AddNumberField("session_timeout", 1, kWeek_min);
   form.AddDateTimeField("maintenance_date", "%Y/%m/%d");
   form.AddIPV4("allowed_address");
   form.AddIPV4Mask("allowed_mask");
@@ -77,15 +79,18 @@ class GeneralForm : public site::SettingsForm {
       if (!site::IsPlainText(request.In(field, ""))) refuse(field, "error_field_characters");
     }
     if (!IsTimeZone(request.In("timezone", ""))) refuse("timezone", "error_unknown_timezone");
-    if (atoi(request.In("admin_port_http", "")) == atoi(request.In("admin_port_https", ""))) {
-      refuse("admin_port_https", "error_port_twice");
-    }
     return fine;
+  }
+
+  // The rule of numbers takes blanks before one; those who read the setting do not.
+  std::string Written(const char* field) {
+    const char* value = request.In(field, "");
+    return strcmp(field, "session_timeout") == 0 ? std::to_string(atoi(value)) : value;
   }
 
   const char* StoreAll() {
     std::vector<std::pair<std::string, std::string>> values;
-    for (const char* field : kFields) values.emplace_back(field, request.In(field, ""));
+    for (const char* field : kFields) values.emplace_back(field, Written(field));
     return site::StoreSettings(values);
   }
 };

@@ -10,7 +10,7 @@
 /// Read access to the appliance's system settings and to their factory defaults.
 ///
 ///     KestConf conf;
-///     char port_key[] = "admin_port_http";
+///     char port_key[] = "admin_port";
 ///     char port_default[] = "5000";
 ///     const char* port = conf.Info(port_key, port_default);  // "5000" unless the administrator changed it
 ///

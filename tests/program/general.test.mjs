@@ -10,8 +10,7 @@ const values = {
   description: "The one in the cellar",
   language: "de",
   timezone: "Europe/Berlin",
-  admin_port_http: "5000",
-  admin_port_https: "5001",
+  session_timeout: "15",
   maintenance_date: "2027/03/14",
   allowed_address: "192.168.1.0",
   allowed_mask: "255.255.255.0",
@@ -29,12 +28,12 @@ const apply = (changed, request = {}) => run("general", { form: { action: "apply
 
 test("Load gives every field its current value, or its factory default", (t) => {
   keepSettings(t);
-  writeFileSync(settingsFile, 'admin_port_http="8000"\n');
+  writeFileSync(settingsFile, 'session_timeout="8000"\n');
   const { json, headers } = run("general", { query: { action: "load" }, cookie });
   assert.equal(json.success, true);
   assert.deepEqual(Object.keys(json.data), Object.keys(values).sort());
-  assert.equal(json.data.admin_port_http, "8000");
-  assert.equal(json.data.admin_port_https, "5001", "the factory default");
+  assert.equal(json.data.session_timeout, "8000");
+  assert.equal(json.data.log_level, "1", "the factory default");
   assert.equal(headers.get("content-type"), 'text/plain; charset="UTF-8"');
   assert.equal(headers.get("cache-control"), "no-store");
 });
@@ -63,13 +62,12 @@ const refusals = [
   ["timezone", "x".repeat(100000), "This time zone is not known."],
   ["timezone", "leapseconds", "This time zone is not known."],
   ["timezone", "Europe/berlin", "This time zone is not known."],
-  ["admin_port_http", "0", kInvalid],
-  ["admin_port_http", "65536", kInvalid],
-  ["admin_port_http", "12a", kInvalid],
-  ["admin_port_http", "1.5", kInvalid],
-  ["admin_port_http", "", kInvalid],
-  ["admin_port_https", "-1", kInvalid],
-  ["admin_port_https", "5000", "This port is taken by HTTP already."],
+  ["session_timeout", "0", kInvalid],
+  ["session_timeout", "10081", kInvalid],
+  ["session_timeout", "12a", kInvalid],
+  ["session_timeout", "1.5", kInvalid],
+  ["session_timeout", "", kInvalid],
+  ["session_timeout", "-1", kInvalid],
   ["maintenance_date", "2027-03-14", kInvalid],
   ["maintenance_date", "2027/03/14 10:00", kInvalid],
   ["maintenance_date", "", kInvalid],
@@ -99,9 +97,8 @@ const taken = [
   ["description", 'with "quotes", = and # \u00fcberall'],
   ["timezone", "UTC"],
   ["timezone", "America/Argentina/Buenos_Aires"],
-  ["admin_port_http", "1"],
-  ["admin_port_http", "65535"],
-  ["admin_port_http", " 80"],
+  ["session_timeout", "1"],
+  ["session_timeout", "10080"],
   ["allowed_address", "1.2.3"],
   ["maintenance_date", "2012/03/04"],
   ["log_level", "0"],
@@ -155,11 +152,16 @@ test("The server's name and domain are told to administrators", () => {
   assertSessionRefused(run("server"), "timeout", "login", "error_timeout");
 });
 
+test("A number is stored without the blanks before it", (t) => {
+  keepSettings(t);
+  assert.equal(apply({ session_timeout: " 80" }).json.data.session_timeout, "80");
+});
+
 test("Every bad field has its message, also one that is missing", () => {
-  const form = { action: "apply", ...values, admin_port_http: "x", allowed_mask: "y" };
+  const form = { action: "apply", ...values, session_timeout: "x", allowed_mask: "y" };
   delete form.notify;
   assert.deepEqual(run("general", { form, cookie }).json, {
-    errors: { admin_port_http: kInvalid, allowed_mask: kInvalid, notify: "The field is not present." },
+    errors: { session_timeout: kInvalid, allowed_mask: kInvalid, notify: "The field is not present." },
     success: false,
   });
 });
@@ -167,9 +169,7 @@ test("Every bad field has its message, also one that is missing", () => {
 test("Localised messages are in the user's language", () => {
   const german = { cookie: `${cookie}; lang=de` };
   assert.deepEqual(apply({ description: "a".repeat(65) }, german).json.errors, { description: "Dieser Text ist zu lang." });
-  assert.deepEqual(apply({ admin_port_https: "5000" }, german).json.errors, {
-    admin_port_https: "Dieser Port ist schon durch HTTP belegt.",
-  });
+  assert.deepEqual(apply({ timezone: "Europe/Nowhere" }, german).json.errors, { timezone: "Diese Zeitzone ist nicht bekannt." });
 });
 
 test("A text that is no UTF-8 is refused beside its field", () => {

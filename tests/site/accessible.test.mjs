@@ -143,15 +143,15 @@ async function pagesOfAnAdministrator({ page, url, login }) {
   await assertAccessible(page, "virtual hosts, the question before one is removed", 15);
   await page.goto(`${url}/general.html`);
   await openForm(page);
-  await page.fill("#admin_port_http", "x");
+  await page.fill("#session_timeout", "x");
   await draftKept(page);
   await page.reload();
   await page.waitForSelector("#draft:not([hidden])");
-  await page.fill("#admin_port_http", "x");
+  await page.fill("#session_timeout", "x");
   await page.click("#save");
   await page.waitForSelector("#notice.error");
   await assertAccessible(page, "settings, a draft offered and a field refused");
-  await page.fill("#admin_port_http", "80");
+  await page.fill("#session_timeout", "80");
   await page.click("#save");
   await page.waitForSelector("#notice.success");
   await assertAccessible(page, "settings, saved");

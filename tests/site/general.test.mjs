@@ -34,8 +34,7 @@ const rules = [
   ["a text with a limit", "description", type("description", "x".repeat(65)), "This text is too long."],
   ["a text that must not be empty", "timezone", type("timezone", ""), kWrong],
   ["a name that must be known", "timezone", type("timezone", "Mars/Olympus"), "This time zone is not known."],
-  ["a number", "admin_port_http", type("admin_port_http", "0"), kWrong],
-  ["two numbers that must differ", "admin_port_https", type("admin_port_https", "5000"), "This port is taken by HTTP already."],
+  ["a number", "session_timeout", type("session_timeout", "0"), kWrong],
   ["a date", "maintenance_date", type("maintenance_date", "14.03.2027"), kWrong],
   ["an address", "allowed_address", type("allowed_address", "192.168.1.256"), kWrong],
   ["a mask", "allowed_mask", type("allowed_mask", "255.0.255.0"), kWrong],
@@ -66,7 +65,7 @@ test("All bad fields are marked at once, and mended one by one", () =>
   withSite("general-all", async (site) => {
     const { page, shot } = site;
     await openGeneral(site);
-    for (const id of ["timezone", "admin_port_http", "maintenance_date", "allowed_address"]) await page.fill(`#${id}`, "?");
+    for (const id of ["timezone", "session_timeout", "maintenance_date", "allowed_address"]) await page.fill(`#${id}`, "?");
     await page.locator("#timezone").fill("");
     await save(page, "error");
     assert.equal(await page.locator("[aria-invalid]").count(), 4);
@@ -74,7 +73,7 @@ test("All bad fields are marked at once, and mended one by one", () =>
     await shot("marked");
     await page.waitForFunction(() => [...document.querySelectorAll("#timezones option")].some(({ value }) => value === "Europe/Berlin"));
     await page.fill("#timezone", "Europe/Berlin");
-    await page.fill("#admin_port_http", "5080");
+    await page.fill("#session_timeout", "60");
     await page.fill("#maintenance_date", "2027/03/14");
     await page.fill("#allowed_address", "10.0.0.0");
     await page.check("#notify");
@@ -169,7 +168,7 @@ for (const [name, context] of Object.entries({
         }
         await page.goto(`${url}/general.html`);
         await openForm(page);
-        await page.fill("#admin_port_http", "x");
+        await page.fill("#session_timeout", "x");
         await page.fill("#allowed_mask", "x");
         await save(page, "error");
         await assertFits("general");

@@ -45,7 +45,7 @@ export async function typeInto(page, id, value) {
 
 /// Waits until the settings are in the form, and a draft is offered if there is one.
 export async function openForm(page) {
-  await page.waitForFunction(() => document.getElementById("admin_port_http")?.value);
+  await page.waitForFunction(() => document.getElementById("session_timeout")?.value);
   await quiet(page);
 }
 

@@ -45,33 +45,33 @@ for (const { language, options, said } of [
 
         await goByNavigation(page, "/general.html");
         await page.waitForURL(`${url}/general.html`);
-        await page.waitForFunction(() => document.getElementById("admin_port_http").value !== "");
+        await page.waitForFunction(() => document.getElementById("session_timeout").value !== "");
         await shot("3-form");
 
         await typeInto(page, "description", "\u00e4".repeat(33));
-        await typeInto(page, "admin_port_http", "70000");
+        await typeInto(page, "session_timeout", "70000");
         await page.keyboard.press("Enter");
         await page.waitForSelector("#notice.error");
         assert.equal(await errorBeside(page, "description"), said.long);
-        assert.equal(await errorBeside(page, "admin_port_http"), said.wrong);
-        assert.equal(await errorBeside(page, "admin_port_https"), null);
+        assert.equal(await errorBeside(page, "session_timeout"), said.wrong);
+        assert.equal(await errorBeside(page, "session_timeouts"), null);
         assert.match(await page.textContent("#notice"), said.count);
         assert.equal(await focused(page), "description", "the first bad field has the focus");
         await shot("4-corrected");
-        assert.equal((await settingsOf(state)).admin_port_http, "5000", "nothing was saved");
+        assert.equal((await settingsOf(state)).session_timeout, "15", "nothing was saved");
 
         await typeInto(page, "description", "In the cellar");
-        await typeInto(page, "admin_port_http", "8000");
+        await typeInto(page, "session_timeout", "8000");
         await page.keyboard.press("Enter");
         await saved(page);
         assert.equal(await page.textContent("#notice"), said.saved);
-        for (const field of ["description", "admin_port_http"]) assert.equal(await errorBeside(page, field), null);
+        for (const field of ["description", "session_timeout"]) assert.equal(await errorBeside(page, field), null);
         await shot("5-saved");
-        assert.equal((await settingsOf(state)).admin_port_http, "8000");
+        assert.equal((await settingsOf(state)).session_timeout, "8000");
 
         await page.reload();
         await openForm(page);
-        assert.equal(await page.inputValue("#admin_port_http"), "8000");
+        assert.equal(await page.inputValue("#session_timeout"), "8000");
         assert.equal(await page.inputValue("#description"), "In the cellar");
         assert.equal(await page.isVisible("#draft"), false, "what was saved is no draft");
 
