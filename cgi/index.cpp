@@ -59,7 +59,7 @@ constexpr Entry kNavigation[] = {
 };
 
 // Words of the templates, by the placeholder that is their key, too.
-constexpr const char* kWords[] = {"name", "skip", "pages", "languages", "menu"};
+constexpr const char* kWords[] = {"name", "skip", "pages", "languages", "menu", "script"};
 
 // The page's name out of the path; "" when it has not the form of one.
 std::string PageName() {

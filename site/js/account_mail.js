@@ -1,6 +1,6 @@
 // The page that mails account data to a user.
 import { get, post } from './api.js';
-import { clearErrors, prepareForm, readForm, showErrors } from './form.js';
+import { clearErrors, prepareForm, readForm, showErrors, whenSent } from './form.js';
 import { showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 import { setText, setWords } from './texts.js';
@@ -31,12 +31,7 @@ async function offerAddress() {
   if (reply.success && at('recipient').value === '') at('recipient').value = reply.data.recipient;
 }
 
-form.addEventListener('submit', async (event) => {
-  event.preventDefault();
-  at('send').disabled = true;
-  await send();
-  at('send').disabled = false;
-});
+whenSent(form, send);
 at('user').addEventListener('change', offerAddress);
 
 prepareForm(form);

@@ -2,7 +2,7 @@
 import { get, post } from './api.js';
 import { make } from './elements.js';
 import { showEvents } from './events.js';
-import { clearErrors, fillForm, prepareForm, readForm, showErrors } from './form.js';
+import { clearErrors, fillForm, prepareForm, readForm, showErrors, whenSent } from './form.js';
 import { hideNotice, showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 import { setText, setWords, translate, whenLanguageChanges } from './texts.js';
@@ -188,12 +188,7 @@ async function save() {
   else await showFailure(reply, form);
 }
 
-form.addEventListener('submit', async (event) => {
-  event.preventDefault();
-  at('save').disabled = true;
-  await save();
-  at('save').disabled = false;
-});
+whenSent(form, save);
 form.addEventListener('change', showMode);
 
 at('rename').addEventListener('submit', async (event) => {

@@ -26,7 +26,7 @@ const fact = (name, words) => make('div', {}, make('dt', { 'data-text': name }),
 function formatChoice({ id }) {
   const choice = make('select', { id: `system-${id}` }, ...kFileSystems.map((name) => make('option', { value: name }, name)));
   const field = make('div', { class: 'field' }, make('label', { for: choice.id, 'data-text': 'disks:file_system' }), choice);
-  const button = make('button', { type: 'button', 'aria-describedby': `name-${id}`, 'data-text': 'disks:format_ask' });
+  const button = make('button', { type: 'button', id: `format-${id}`, 'aria-describedby': `name-${id}`, 'data-text': 'disks:format_ask' });
   button.addEventListener('click', () => ask(id, choice.value));
   return make('div', { class: 'actions choice' }, field, button);
 }
@@ -37,7 +37,7 @@ function progressBar({ id }) {
 }
 
 function makeCard(disk) {
-  const head = make('div', { class: 'volume-head' }, make('h2', { id: `name-${disk.id}` }, titleOf(disk)), make('span', { class: 'state' }));
+  const head = make('div', { class: 'volume-head' }, make('h2', { id: `name-${disk.id}`, tabindex: -1 }, titleOf(disk)), make('span', { class: 'state' }));
   const facts = make(
     'dl',
     { class: 'facts' },
@@ -55,7 +55,10 @@ function showState(card, { state }) {
   badge.hidden = !state;
   if (state) badge.dataset.text = kStates[state];
   card.querySelector('.bar').hidden = state !== 'formatting';
-  card.querySelector('.choice').hidden = state === 'formatting';
+  const choice = card.querySelector('.choice');
+  const takesFocus = state === 'formatting' && choice.contains(document.activeElement);
+  choice.hidden = state === 'formatting';
+  if (takesFocus) card.querySelector('h2').focus();
 }
 
 const isSame = (a, b) => a.length === b.length && a.every(({ id, device, size, share }, i) => id === b[i].id && device === b[i].device && size === b[i].size && share === b[i].share);
@@ -115,7 +118,7 @@ async function format() {
 
 at('cancel').addEventListener('click', () => at('question').close());
 at('confirm').addEventListener('click', format);
-at('question').addEventListener('close', () => cardOf(question.disk.id)?.querySelector('select').focus());
+at('question').addEventListener('close', () => cardOf(question.disk.id)?.querySelector('button').focus());
 
 await enterPage();
 whenLanguageChanges(() => look({ anew: true }));

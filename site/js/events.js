@@ -6,6 +6,8 @@ import { currentLanguage, translate } from './texts.js';
 
 const kCount = 20;
 const kNames = {
+  '0x12300004': 'backups:event_format_failed',
+  '0x12300005': 'backups:event_formatted',
   '0x12400010': 'backups:event_set',
   '0x12400011': 'backups:event_removed',
   '0x12400012': 'backups:event_started',
@@ -13,8 +15,13 @@ const kNames = {
   '0x12900033': 'backups:event_removed',
   '0x12900034': 'backups:event_started',
 };
-// Of a job that the appliance has set or removed the first text is the summary of its schedule.
-const kWithSummary = ['backups:event_set'];
+// What an event is about, and what is to be known of it. Those of jobs name the task second; the first text is the summary of
+// the schedule where one has been set. Those of external disks name the disk first, then the file system.
+const kDisk = '0x1230';
+const partsOf = (event, [first = '', second = '']) => {
+  if (event.startsWith(kDisk)) return [first, second];
+  return [second, kNames[event] === 'backups:event_set' ? first : ''];
+};
 
 const at = (id) => document.getElementById(id);
 let shown = '';
@@ -23,9 +30,9 @@ function rowOf({ time, event, texts }) {
   const name = kNames[event];
   const words = name ? { 'data-text': name } : { 'data-text': 'backups:event_other', 'data-value': event };
   const moment = new Date(time).toLocaleString(currentLanguage(), { dateStyle: 'short', timeStyle: 'medium' });
-  const [summary, task] = texts;
-  const cells = [make('td', {}, make('time', { datetime: time }, moment)), make('td', words), make('td', {}, task ?? '')];
-  return make('tr', { 'data-event': event }, ...cells, make('td', { class: 'detail' }, kWithSummary.includes(name) ? summary : ''));
+  const [about, detail] = partsOf(event, texts);
+  const cells = [make('td', {}, make('time', { datetime: time }, moment)), make('td', words), make('td', {}, about)];
+  return make('tr', { 'data-event': event }, ...cells, make('td', { class: 'detail' }, detail));
 }
 
 export async function showEvents() {

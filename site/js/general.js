@@ -1,6 +1,6 @@
 import { get, post } from './api.js';
 import { Draft } from './draft.js';
-import { clearErrors, fillForm, prepareForm, readForm, showErrors } from './form.js';
+import { clearErrors, fillForm, prepareForm, readForm, showErrors, whenSent } from './form.js';
 import { showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 import { setText, setWords } from './texts.js';
@@ -55,12 +55,7 @@ async function showServer() {
   await setText(at('server-domain'), kMemberships[membership], { value: domain });
 }
 
-form.addEventListener('submit', async (event) => {
-  event.preventDefault();
-  at('save').disabled = true;
-  await save();
-  at('save').disabled = false;
-});
+whenSent(form, save);
 
 prepareForm(form);
 await enterPage();

@@ -9,7 +9,5 @@ setText(at('role'), me.may.settings ? 'home:role_administrator' : 'home:role_acc
 setText(at('session'), 'home:session_left', { value: Math.round(me.seconds_left / 60) });
 
 for (const tile of document.querySelectorAll('[data-right]')) {
-  const allowed = me.may[tile.dataset.right];
-  tile.classList.toggle('closed', !allowed);
-  tile.querySelector('.badge').hidden = allowed;
+  tile.hidden = !me.may[tile.dataset.right];
 }

@@ -1,6 +1,6 @@
 // The page of the ports: one form for each service, saved by itself.
 import { get, post } from './api.js';
-import { clearErrors, fillForm, prepareForm, readForm, showErrors } from './form.js';
+import { clearErrors, fillForm, prepareForm, readForm, showErrors, whenSent } from './form.js';
 import { showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 
@@ -21,13 +21,7 @@ async function save(form) {
 
 for (const form of forms) {
   prepareForm(form);
-  form.addEventListener('submit', async (event) => {
-    event.preventDefault();
-    const button = form.querySelector('button');
-    button.disabled = true;
-    await save(form);
-    button.disabled = false;
-  });
+  whenSent(form, () => save(form));
 }
 await enterPage();
 const reply = await get('ports', { action: 'load' });

@@ -8,6 +8,7 @@ import { closeEncryption, encryptedShare, openEncryption, prepareEncryption } fr
 import { closeShareForm, editedShare, openShareForm, prepareShareForm } from './share_form.js';
 import { enterPage } from './shell.js';
 import { setText, whenLanguageChanges } from './texts.js';
+import { rowButton } from './views.js';
 
 // What the list tells of a share, and the words for it. Of "encryption" 1 is closed and 2 open.
 const kMarks = [
@@ -41,29 +42,22 @@ async function openRenaming(name) {
   at('new_name').select();
 }
 
-// Its name is the button's words and the share's.
-function button(words, index, act, key) {
-  const id = `${key}-${index}`;
-  const made = make('button', { type: 'button', id, 'data-text': words, 'aria-labelledby': `${id} share-${index}` });
-  made.addEventListener('click', act);
-  return made;
-}
-
 function rowOf(share, index) {
   const { name, descr, volume } = share;
+  const id = `share-${index}`;
   const marks = kMarks.filter(([holds]) => holds(share)).map(([, words]) => make('li', { class: 'badge-state', 'data-text': words }));
   return make(
     'tr',
     { 'data-name': name },
-    make('th', { scope: 'row' }, make('span', { id: `share-${index}`, tabindex: -1 }, name), descr ? make('p', { class: 'about' }, descr) : ''),
+    make('th', { scope: 'row' }, make('span', { id, tabindex: -1 }, name), descr ? make('p', { class: 'about' }, descr) : ''),
     make('td', { class: 'wide-only' }, volume),
     make('td', {}, marks.length > 0 ? make('ul', { class: 'marks' }, ...marks) : ''),
     make(
       'td',
       { class: 'row-actions' },
-      button('shares:edit', index, () => open(openShareForm, name), 'edit'),
-      button('shares:rename', index, () => openRenaming(name), 'rename'),
-      button('shares:encryption', index, () => open(openEncryption, name), 'encryption'),
+      rowButton(`edit-${index}`, 'shares:edit', id, () => open(openShareForm, name)),
+      rowButton(`rename-${index}`, 'shares:rename', id, () => openRenaming(name)),
+      rowButton(`encryption-${index}`, 'shares:encryption', id, () => open(openEncryption, name)),
     ),
   );
 }

@@ -26,12 +26,16 @@ async function renewFragments() {
   dressTrigger();
 }
 
+// Among the tabs of a browser a page is known by the site's name, too.
+const nameDocument = () => (document.title = `${document.title} - ${document.querySelector('.brand').textContent}`);
+
 async function chooseLanguage(button) {
   const reply = await post('language', { lang: button.lang });
   if (!reply.success) return;
   forgetTexts();
   await renewFragments();
   await translate();
+  nameDocument();
   markLanguage(button.parentElement);
 }
 
@@ -68,6 +72,7 @@ export async function openPage() {
   document.body.prepend(skip, header);
   listen(header);
   await translate();
+  nameDocument();
   markLanguage(choice);
 }
 
@@ -94,5 +99,6 @@ export async function enterPage() {
   bringPowerToLife(header);
   forgetChoiceInAddress();
   await translate();
+  nameDocument();
   return who();
 }

@@ -2,6 +2,9 @@
 // the user's language. What the element holds before that is the English text.
 import { inSight } from './in_sight.js';
 
+// Fetched with the first texts: when it is needed, nothing can be fetched any more.
+const kAtHand = ['common:error_no_answer'];
+
 const known = new Map();
 let language = 'en';
 
@@ -14,7 +17,7 @@ function namesBelow(root) {
 }
 
 async function fetchTexts(names) {
-  const missing = [...new Set(names)].filter((name) => !known.has(name));
+  const missing = [...new Set([...names, ...kAtHand])].filter((name) => !known.has(name));
   if (missing.length === 0) return;
   const response = await fetch(`/cgi/texts.cgi?keys=${missing.join(',')}`);
   const { data } = await response.json();
@@ -39,17 +42,16 @@ function show(element) {
   if (element.dataset?.label) element.setAttribute('aria-label', known.get(element.dataset.label) ?? element.dataset.label);
 }
 
-// Shows every text below `root`. Without an answer the English words stay.
+// Shows every text below `root`. Without an answer those are shown that have come before, and the others stay.
 export async function translate(root = document.documentElement) {
   try {
     await fetchTexts(namesBelow(root));
     document.documentElement.lang = language;
-    for (const element of [root, ...root.querySelectorAll('[data-text], [data-label]')]) show(element);
   } catch (failure) {
     console.warn('texts', failure);
-  } finally {
-    document.documentElement.classList.remove('waiting');
   }
+  for (const element of [root, ...root.querySelectorAll('[data-text], [data-label]')]) show(element);
+  document.documentElement.classList.remove('waiting');
 }
 
 // Makes `element` show one text from now on, in whatever language.

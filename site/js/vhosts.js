@@ -1,7 +1,7 @@
 // The page of the virtual hosts: their list, and the form of one.
 import { get, post } from './api.js';
 import { make } from './elements.js';
-import { clearErrors, fillForm, prepareForm, readForm, showErrors } from './form.js';
+import { clearErrors, fillForm, prepareForm, readForm, showErrors, whenSent } from './form.js';
 import { hideNotice, showNotice } from './notice.js';
 import { enterPage } from './shell.js';
 import { setText, setWords, translate, whenLanguageChanges } from './texts.js';
@@ -108,12 +108,7 @@ async function askToRemove({ id, host, port }) {
   at('remove-dialog').showModal();
 }
 
-form.addEventListener('submit', async (event) => {
-  event.preventDefault();
-  at('save').disabled = true;
-  await save();
-  at('save').disabled = false;
-});
+whenSent(form, save);
 at('vhosttype').addEventListener('change', ({ target }) => {
   if (!edited && offered.includes(at('port').value)) at('port').value = offered[target.value];
 });

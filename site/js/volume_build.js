@@ -1,6 +1,6 @@
 // The building of a volume: begun here, done by a worker of the appliance, watched until it ends.
 import { get, post } from './api.js';
-import { clearErrors, prepareForm, readForm, showErrors } from './form.js';
+import { clearErrors, prepareForm, readForm, showErrors, whenSent } from './form.js';
 import { showNotice } from './notice.js';
 import { setText, setWords } from './texts.js';
 
@@ -32,7 +32,9 @@ async function showProgress({ state, volume, step, failure }) {
   const building = state === 'building';
   at('progress').hidden = state === 'none';
   at('progress-bar').hidden = !building;
+  const takesFocus = building && at('build-form').contains(document.activeElement);
   at('build-form').hidden = building;
+  if (takesFocus) at('build-title').focus();
   if (state === 'none') return;
   // A worker may write any number.
   const percent = Math.min(Math.max(step ?? 0, 0), 100);
@@ -71,10 +73,5 @@ async function start() {
 export function openBuilding(built) {
   whenBuilt = built;
   prepareForm(at('build-form'));
-  at('build-form').addEventListener('submit', async (event) => {
-    event.preventDefault();
-    at('start').disabled = true;
-    await start();
-    at('start').disabled = false;
-  });
+  whenSent(at('build-form'), start);
 }

@@ -15,7 +15,7 @@ async function pagesOfAnOrdinaryAccount({ page, url, login }) {
   await page.waitForSelector("#notice.error:not(:empty)");
   await assertAccessible(page, "settings, no right");
   await page.goto(`${url}/`);
-  await page.waitForSelector(".badge:not([hidden])");
+  await page.waitForFunction(() => document.getElementById("account")?.textContent === "anna");
   await assertAccessible(page, "overview, not everything allowed");
   await page.goto(`${url}/charts.html`);
   await page.waitForSelector("#volumes canvas");

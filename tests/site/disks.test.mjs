@@ -58,7 +58,7 @@ test("A disk is formatted after a question that names it, and the page watches w
     await hasFocus(page, "cancel");
     await shot("question");
     await page.keyboard.press("Escape");
-    await hasFocus(page, "system-usb1");
+    await hasFocus(page, "format-usb1");
     assert.equal(await stateOf(page, "usb1"), "");
 
     await askFor(page, "usb1", "EXT3");

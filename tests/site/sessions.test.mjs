@@ -89,7 +89,8 @@ test("An account without the right stays, is told, and finds the way back", () =
     await shot("told");
     await page.click("a.button");
     await page.waitForURL(`${url}/`);
-    await page.waitForSelector("#may-settings.closed .badge:not([hidden])");
+    await page.waitForFunction(() => document.getElementById("account")?.textContent === "anna");
+    assert.deepEqual(await page.locator(".tile a:visible").evaluateAll((all) => all.map(({ pathname }) => pathname)), ["/charts.html", "/files.html"]);
     assert.equal(await page.locator('nav a[href="/general.html"]').count(), 0);
     await shot("overview");
   }));

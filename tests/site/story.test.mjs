@@ -125,7 +125,7 @@ test("A language chosen by hand changes the words at once, keeps what was typed,
     await page.click('.languages button[lang="de"]');
     await page.waitForFunction(() => document.documentElement.lang === "de");
     assert.equal(await page.textContent("h1"), "Allgemeine Einstellungen");
-    assert.equal(await page.title(), "Allgemeine Einstellungen");
+    assert.equal(await page.title(), "Allgemeine Einstellungen - Speichersystem");
     assert.equal(await page.inputValue("#description"), "half a sen");
     assert.equal(await page.getAttribute('.languages button[lang="de"]', "aria-pressed"), "true");
     await shot("german");
