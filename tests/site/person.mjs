@@ -25,14 +25,31 @@ async function assertFocusIsSeen(page) {
   assert.ok(outline >= 2, "the focus is not seen");
 }
 
-/// Goes to a page by the navigation and by keyboard; one that stands in a group needs the group to be opened first.
+/// Logs in at the form, by keyboard.
+export async function logInByKeyboard({ page, url }, { name, password }) {
+  await page.goto(`${url}/login.html`);
+  await page.waitForSelector("html:not(.waiting)");
+  assert.equal(await focused(page), "user", "the first field has the focus");
+  await page.keyboard.type(name);
+  await page.keyboard.press("Tab");
+  await page.keyboard.type(password);
+  await page.keyboard.press("Enter");
+  await page.waitForURL(`${url}/`);
+  await page.waitForFunction((user) => document.getElementById("account")?.textContent === user, name);
+}
+
+/// Goes to a page by the navigation and by keyboard. What folds around its link is opened first: a group, on a phone the menu, too.
 export async function goByNavigation(page, address) {
   const link = `nav a[href="${address}"]`;
-  const group = `nav details:has(a[href="${address}"]) > summary`;
-  for (const step of (await page.locator(group).count()) > 0 ? [group, link] : [link]) {
-    await tabTo(page, step);
+  const closed = page.locator(`header details:not([open]):has(li a[href="${address}"])`);
+  while ((await closed.count()) > 0) {
+    const fold = await closed.first().evaluate((details) => details.className || details.firstElementChild.dataset.text);
+    await tabTo(page, fold === "menu" ? ".menu > summary" : `nav summary[data-text="${fold}"]`);
     await page.keyboard.press("Enter");
+    await page.waitForSelector(fold === "menu" ? ".menu[open]" : `nav details[open] > summary[data-text="${fold}"]`);
   }
+  await tabTo(page, link);
+  await page.keyboard.press("Enter");
 }
 
 /// Reaches the field by keyboard and replaces its value.
