@@ -3,10 +3,11 @@
 #include <pwd.h>
 #include <stdio.h>
 #include <string.h>
-#include <strings.h>
 #include <utf8proc.h>
 
 #include <memory>
+
+#include "host/accounts/fold_name.h"
 
 namespace kest {
 namespace {
@@ -45,9 +46,10 @@ bool IsDirectoryName(const std::string& name) {
 bool IsSystemAccount(const std::string& name) {
   const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen("/etc/passwd", "re"), fclose);
   if (file == nullptr) return false;
+  const std::string folded = FoldName(name);
   while (const passwd* entry = fgetpwent(file.get())) {
     const bool of_system = entry->pw_uid < kFirstPersonsUid || entry->pw_uid == kNobodysUid;
-    if (of_system && strcasecmp(entry->pw_name, name.c_str()) == 0) return true;
+    if (of_system && FoldName(entry->pw_name) == folded) return true;
   }
   return false;
 }

@@ -88,9 +88,9 @@ int CountLogin(int uid, int64_t* serial) {
 }
 
 int ToRecord(Lookup found, const Account& account, KESTUSER** out) {
-  if (found != Lookup::kFound) return ToResult(found);
+  if (found != Lookup::kFound) return found == Lookup::kFailed ? DatabaseFailure() : 0;
   *out = RecordOfAccount(account);
-  return *out == nullptr ? -1 : 1;
+  return *out == nullptr ? -kErrorNoMemory : 1;
 }
 
 // Whoever is given a record looks into the home next: it has to be where the record says. What cannot be moved is in

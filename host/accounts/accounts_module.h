@@ -37,7 +37,7 @@ struct KestAccountsModule {
   int (*find_by_uid)(int uid, KestAccountState* out);
   // Counts a login of an account that may have one session only; *serial receives the login's number.
   int (*count_login)(int uid, int64_t* serial);
-  // A record in one block of malloc(), for free().
+  // A record in one block of malloc(), for free(). Negative is an ErrorCode with its sign turned.
   int (*record)(const char* name, KESTUSER** out);
   int (*record_by_uid)(int uid, KESTUSER** out);
   // 2 a name of a domain account, 1 of a local one.

@@ -16,8 +16,9 @@ template <typename Ask>
 int Deliver(KESTUSER** slot, Ask ask) {
   const KestAccountsModule* accounts = Accounts();
   KESTUSER* record = nullptr;
-  const int found = accounts == nullptr ? -1 : Guarded(-1, [&] { return ask(*accounts, &record); });
-  if (found != 1) return FailWith(found == 0 ? kErrorNoSuchObject : kErrorSystem);
+  const int found =
+      accounts == nullptr ? -kErrorSystem : Guarded(-kErrorNoMemory, [&] { return ask(*accounts, &record); });
+  if (found != 1) return AnswerOf(found == 0 ? -kErrorNoSuchObject : found);
   KESTUserFree(*slot);
   *slot = record;
   return 0;

@@ -118,6 +118,14 @@ nss_status TooSmall(int* error) {
   return NSS_STATUS_TRYAGAIN;
 }
 
+// A description is anybody's text, and what reads lines of accounts must not take it for more of them.
+char* OneField(char* text) {
+  for (char* at = text; at != nullptr && *at != '\0'; ++at) {
+    if (*at == ':' || (*at >= 1 && *at < 0x20)) *at = ' ';
+  }
+  return text;
+}
+
 // Takes a record over.
 nss_status FillAccount(int found, KESTUSER* record, passwd* out, char* memory, size_t size, int* error) {
   if (found < 0) return Unavailable(error);
@@ -127,7 +135,7 @@ nss_status FillAccount(int found, KESTUSER* record, passwd* out, char* memory, s
   out->pw_passwd = room.Text("*");  // nobody logs in to the machine itself with it
   out->pw_uid = static_cast<uid_t>(record->uid);
   out->pw_gid = static_cast<gid_t>(record->gid);
-  out->pw_gecos = room.Text(record->desc);
+  out->pw_gecos = OneField(room.Text(record->desc));
   out->pw_dir = room.Text(record->home);
   out->pw_shell = room.Text(record->shell);
   const bool is_account = record->uid >= kFirstAccount && record->gid >= kFirstGroup;

@@ -64,10 +64,12 @@ void OnlyToRead(std::vector<KestAclEntry>* entries) {
 
 }  // namespace
 
+bool ShareAcl::HoldsHomes(const Share& share) { return FoldName(share.name) == "homes"; }
+
 bool ShareAcl::Read(ShareDatabase& shares, const Share& share) {
   entries_.clear();
   if (!EntriesOf(shares, share.id, &entries_)) return false;
-  holds_homes_ = FoldName(share.name) == "homes";
+  holds_homes_ = HoldsHomes(share);
   if (holds_homes_) OnlyToRead(&entries_);
   return true;
 }

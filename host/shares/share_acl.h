@@ -16,6 +16,8 @@ namespace kest {
 // group are; every other change of members needs nothing but the group's own entry.
 class ShareAcl {
  public:
+  // Whether the share's folder is the one that holds homes.
+  static bool HoldsHomes(const Share& share);
   // False when the database failed.
   bool Read(ShareDatabase& shares, const Share& share);
   KestAcl Get() const { return {entries_.data(), entries_.size(), holds_homes_}; }

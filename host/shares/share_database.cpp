@@ -1,5 +1,6 @@
 #include "host/shares/share_database.h"
 
+#include "host/accounts/account_name.h"
 #include "host/accounts/fold_name.h"
 #include "host/shares/list_text.h"
 
@@ -101,6 +102,8 @@ bool ShareDatabase::List(std::vector<Share>* out) {
 
 bool ShareDatabase::Visit(const std::string& prefix,
                           const std::function<void(const char* name, const char* path, int)>& visit) {
+  // What is no UTF-8 begins no name, not even one whose first byte it is.
+  if (!IsText(prefix)) return true;
   const std::string folded = FoldName(prefix);
   Statement query(*database_,
                   "SELECT name, path, encryption FROM shares WHERE folded >= ?1 AND (?2 = '' OR folded < ?2)"
@@ -220,11 +223,15 @@ bool ShareDatabase::IsInterrupted(bool* answer) {
 }
 
 bool ShareDatabase::IsMember(const std::string& user, const std::string& group, bool* answer) {
-  Statement query(*database_,
-                  "SELECT 1 FROM groups g JOIN members m ON m.gid = g.gid JOIN accounts a ON a.uid = m.uid"
-                  " WHERE g.folded = ? AND a.folded = ?");
-  *answer = query.Bind(1, FoldName(group)).Bind(2, FoldName(user)).Row();
-  return !query.failed();
+  if (is_member_ == nullptr) {
+    is_member_ = std::make_unique<Statement>(
+        *database_,
+        "SELECT 1 FROM groups g JOIN members m ON m.gid = g.gid JOIN accounts a ON a.uid = m.uid"
+        " WHERE g.folded = ? AND a.folded = ?");
+  }
+  const ReadToTheEnd use(&is_member_);
+  *answer = is_member_->Bind(1, FoldName(group)).Bind(2, FoldName(user)).Row();
+  return !is_member_->failed();
 }
 
 bool ShareDatabase::Renders(std::vector<int64_t>* out) {

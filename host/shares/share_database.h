@@ -116,8 +116,8 @@ class ShareDatabase {
 
   std::shared_ptr<Database> database_;
   std::string locks_;
-  // Kept: pages of lists ask for one share after the other.
-  std::unique_ptr<Statement> find_, any_move_;
+  // Kept: pages of lists ask for one share after the other, and for each whether somebody is in its groups.
+  std::unique_ptr<Statement> find_, any_move_, is_member_;
 };
 
 }  // namespace kest

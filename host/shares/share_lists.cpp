@@ -1,7 +1,10 @@
 // Questions about access lists.
 #include <string.h>
 
+#include <algorithm>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "host/klib/error_code.h"
 #include "host/shares/list_text.h"
@@ -25,19 +28,24 @@ bool Covers(std::string_view entry, const char* user) {
   return name[0] == '@' ? IsInGroup(user, name.substr(1)) : IsEqual(name, user);
 }
 
-// Texts of a list from an index on, whether one of them is the name.
-bool Holds(PSZLIST list, const char* name) {
-  for (int i = 0; const char* text = SzKLIBSzListGet(list, i); ++i) {
-    if (IsEqual(text, name)) return true;
-  }
-  return false;
+// A name, and which of the lists it stands in.
+struct Entry {
+  const char* name;
+  int list;
+};
+
+void Append(PSZLIST list, int number, std::vector<Entry>* out) {
+  for (int i = 0; const char* text = SzKLIBSzListGet(list, i); ++i) out->push_back({text, number});
 }
 
-bool Overlap(PSZLIST a, PSZLIST b) {
-  for (int i = 0; const char* text = SzKLIBSzListGet(a, i); ++i) {
-    if (Holds(b, text)) return true;
-  }
-  return false;
+// Sorted, what is equal stands side by side: lists may hold thousands.
+bool Contradict(std::vector<Entry> entries) {
+  const auto before = [](const Entry& a, const Entry& b) { return KLIBUnicodeUTF8StrCaseCmp(a.name, b.name) < 0; };
+  std::sort(entries.begin(), entries.end(), before);
+  const auto twice = std::adjacent_find(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+    return a.list != b.list && IsEqual(a.name, b.name);
+  });
+  return twice != entries.end();
 }
 
 }  // namespace
@@ -60,6 +68,10 @@ int BlSDKUserIsInList(const char* user, const char* listText) {
 
 int UserCheckRights(PSZLIST* na, PSZLIST* rw, PSZLIST* ro) {
   if (na == nullptr || rw == nullptr || ro == nullptr) return kest::FailWith(kest::kErrorBadParameter);
-  return kest::Guarded(
-      [&] { return kest::Overlap(*na, *rw) || kest::Overlap(*na, *ro) || kest::Overlap(*rw, *ro) ? 1 : 0; });
+  return kest::Guarded([&] {
+    std::vector<kest::Entry> entries;
+    int number = 0;
+    for (const PSZLIST list : {*na, *rw, *ro}) kest::Append(list, number++, &entries);
+    return kest::Contradict(std::move(entries)) ? 1 : 0;
+  });
 }

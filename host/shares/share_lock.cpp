@@ -2,9 +2,12 @@
 
 #include <fcntl.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <time.h>
+#include <unistd.h>
 
+#include "host/accounts/account_paths.h"
 #include "host/klib/error_code.h"
 
 namespace kest {
@@ -21,12 +24,21 @@ bool TryLock(int file, int64_t share) {
   return fcntl(file, F_OFD_SETLK, &range) == 0;
 }
 
+// Root makes the file for the appliance, whose programs have to lock as well.
+void GiveToAppliance(int file) {
+  struct stat accounts, locks;
+  if (geteuid() != 0 || stat(kAccountsPath, &accounts) != 0 || fstat(file, &locks) != 0) return;
+  if (locks.st_uid == accounts.st_uid) return;
+  if (fchown(file, accounts.st_uid, accounts.st_gid) != 0) syslog(LOG_ERR, "locks of shares: %m");
+}
+
 bool IsHeldByAnother() { return errno == EAGAIN || errno == EACCES || errno == EINTR; }
 
 }  // namespace
 
 ShareLock::ShareLock(const std::string& locks, int64_t share, int wait_s)
     : file_(open(locks.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+  if (file_.IsOpen()) GiveToAppliance(file_.Get());
   const timespec poll = {0, kPollMs * 1000 * 1000};
   for (int waited_ms = 0; file_.IsOpen(); waited_ms += kPollMs) {
     if (TryLock(file_.Get(), share)) return;

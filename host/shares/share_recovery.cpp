@@ -74,6 +74,14 @@ int RenderOne(ShareDatabase& shares, const KestFoldersModule& folders, int64_t s
   return failure;
 }
 
+// A key that nobody asks for any more: the share is opened by hand, and the note is of the save which said so. One of a
+// share that is not encrypted yet is about to be needed.
+void RemoveUnusedKey(ShareDatabase& shares, const KestFoldersModule& folders, int64_t id) {
+  Share share;
+  if (shares.FindById(id, &share) != Lookup::kFound) return;
+  if ((share.encryption & (kEncrypted | kAutomatic)) == kEncrypted) folders.remove_key({}, id);
+}
+
 }  // namespace
 
 int RenderShare(ShareDatabase& shares, const KestFoldersModule& folders, int64_t id, bool below_anyway) {
@@ -118,6 +126,7 @@ int RecoverShare(ShareDatabase& shares, const KestFoldersModule& folders, int64_
     }
     if (int failure = RenderShare(shares, folders, share, move.state == ShareMove::kStored)) return failure;
     if (move.state == ShareMove::kStored) {
+      RemoveUnusedKey(shares, folders, share);
       FinishMove(shares, folders, move);
     } else if (!shares.Forget(share)) {
       return DatabaseFailure();

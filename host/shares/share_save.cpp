@@ -86,10 +86,20 @@ class ShareSave {
     const bool is_encrypted = (old_.encryption & kEncrypted) != 0;
     if (!is_encrypted) return next_.encryption == 0 ? 0 : -kErrorBadParameter;
     if ((next_.encryption & kEncrypted) != 0) return 0;
+    // What is refused anyway is refused before anything is made clear.
+    if (int failure = CheckWanted()) return failure;
     if (int failure = Decrypt(shares_, folders_, old_, change_.old_volume)) return failure;
     // What is left of it has a note that must not be written over.
     if (int failure = RecoverShare(shares_, folders_, next_.id)) return failure;
     return ToResult(shares_.FindById(next_.id, &old_));
+  }
+
+  int CheckWanted() {
+    for (const std::string& list : next_.lists) {
+      std::vector<AccessEntry> entries;
+      if (int unknown = ToResult(shares_.Resolve(list, &entries))) return unknown;
+    }
+    return CheckFree();
   }
 
   // The folder of a vault has to stay where it is while that is open, and with it on its volume.
@@ -182,6 +192,7 @@ class ShareSave {
   // A description can be changed while the share's disk is away.
   bool FolderIsConcerned() const {
     if (IsLocked(folders_, next_)) return false;
+    if (ShareAcl::HoldsHomes(old_) != ShareAcl::HoldsHomes(next_)) return true;
     for (const ShareList list : {kNoAccess, kReadWrite, kReadOnly}) {
       if (next_.lists[list] != old_.lists[list]) return true;
     }
@@ -211,8 +222,8 @@ class ShareSave {
   int Finish() {
     Guarded([&] {
       const KestAcl acl = acl_.Get();
-      if (changed_ && folders_.render_below(next_.path.c_str(), &acl) != 0) return 0;
       if ((old_.encryption & ~next_.encryption & kAutomatic) != 0) folders_.remove_key({}, next_.id);
+      if (changed_ && folders_.render_below(next_.path.c_str(), &acl) != 0) return 0;
       FinishMove(shares_, folders_, move_);
       return 0;
     });

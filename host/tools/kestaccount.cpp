@@ -3,8 +3,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <syslog.h>
-#include <termios.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <iterator>
@@ -17,6 +15,7 @@
 #include "host/accounts/password.h"
 #include "host/groups/group_store.h"
 #include "host/klib/error_code.h"
+#include "host/tools/silent_terminal.h"
 #include "platform/kestdir.h"
 
 namespace kest {
@@ -55,30 +54,9 @@ int Report(Lookup result, const char* refused) {
   return kBroken;
 }
 
-// Keeps what is typed off the screen while it lives; nothing to do when standard input is no terminal.
-class SilentTerminal {
- public:
-  SilentTerminal() : silenced_(tcgetattr(STDIN_FILENO, &before_) == 0) {
-    if (!silenced_) return;
-    fputs("Password: ", stderr);
-    termios silent = before_;
-    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
-  }
-  ~SilentTerminal() {
-    if (!silenced_) return;
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
-    fputc('\n', stderr);
-  }
-
- private:
-  termios before_;
-  bool silenced_;
-};
-
 // The hash of the password on standard input; empty when that is none (the reason was printed).
 std::string ReadHash() {
-  SilentTerminal silence;
+  const SilentTerminal silence("Password: ");
   char* line = nullptr;
   size_t room = 0;
   ssize_t length = getline(&line, &room, stdin);
@@ -231,6 +209,8 @@ int ReportGroup(int result) {
       return Refuse("not with this group, or with this name or text");
     case -kErrorDenied:
       return Refuse("this group stays");
+    case -kErrorBusy:
+      return Refuse("somebody else is changing accounts or groups; nothing was changed");
     default:
       return Report(Lookup::kFailed, "");
   }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "host/tools/silent_terminal.h"
 #include "platform/kestdir.h"
 
 namespace {
@@ -64,6 +65,9 @@ int Refuse() {
   return kRefused;
 }
 
+// The transfer restrictions: a number from 0 to 7.
+bool IsRestrictions(const std::string& text) { return text.size() == 1 && text[0] >= '0' && text[0] <= '7'; }
+
 // Puts the pairs of words into the record; the record borrows their texts.
 bool Put(char** words, int count, KESTSHARE* share) {
   for (int i = 0; i + 1 < count; i += 2) {
@@ -76,7 +80,7 @@ bool Put(char** words, int count, KESTSHARE* share) {
       share->na = words[i + 1];
     } else if (word == "description") {
       share->desc = words[i + 1];
-    } else if (word == "restrictions") {
+    } else if (word == "restrictions" && IsRestrictions(words[i + 1])) {
       share->ftp = atoi(words[i + 1]);
     } else {
       return false;
@@ -149,7 +153,10 @@ int OpenOne(char** words, int count) {
     fputs("kestshare: the share is not encrypted\n", stderr);
     return kRefused;
   }
-  if (fgets(line, sizeof(line), stdin) == nullptr) return WrongUsage();
+  {
+    const kest::SilentTerminal silence("Passphrase: ");
+    if (fgets(line, sizeof(line), stdin) == nullptr) return WrongUsage();
+  }
   line[strcspn(line, "\n")] = '\0';
   const int result = Open(words[0], line);
   explicit_bzero(line, sizeof(line));

@@ -442,6 +442,12 @@ TEST_F(DirectoryList, ADamagedOrMissingDatabaseIsAFailureAndLeftAsItIs) {
     EXPECT_GT(0, NewGroup("family").Save());
     EXPECT_EQ(nullptr, KESTUserDBOpen());
     EXPECT_EQ(nullptr, KESTGroupDBOpen());
+    UserSlot user;
+    GroupSlot group;
+    EXPECT_GT(0, KESTGroupGet("users", &group));
+    const int of_group = KLIBErrGet();
+    IsRefused(of_group, KESTUserGet("anna", &user));
+    IsRefused(of_group, KESTUserGetByUID(1026, &user));
     Names names;
     EXPECT_GT(0, Enumerate("", &names));
     EXPECT_EQ(0, KESTUserTotalNum(AUTH_TYPE_LOCAL));

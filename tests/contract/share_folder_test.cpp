@@ -315,4 +315,16 @@ TEST_F(ShareFolder, HomesArePassedThroughByEverybody) {
   EXPECT_EQ(0u, folder.st_mode & 07u);
 }
 
+TEST_F(ShareFolder, AFolderThatHoldsHomesNoMoreIsLetIntoAsOthersAre) {
+  ShareText homes = At("homes", "/volume1/houses"), family = At("family", "/volume1/houses");
+  ASSERT_EQ(0, Make(homes));
+  EXPECT_EQ("g:100:r-x", AccessListOf("/volume1/houses"));
+  ASSERT_EQ(0, Set("homes", family));
+  EXPECT_EQ("g:100:rwx", AccessListOf("/volume1/houses"));
+  EXPECT_EQ("g:100:rwx", AccessListOf("/volume1/houses", "default"));
+  ASSERT_EQ(0, Set("family", homes));
+  EXPECT_EQ("g:100:r-x", AccessListOf("/volume1/houses"));
+  EXPECT_EQ("", AccessListOf("/volume1/houses", "default"));
+}
+
 }  // namespace

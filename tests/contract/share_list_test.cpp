@@ -64,6 +64,19 @@ TEST_F(ShareLists, ANameInTwoListsIsAConflict) {
   EXPECT_GT(0, UserCheckRights(list.Slot(), list.Slot(), nullptr));
 }
 
+TEST_F(ShareLists, ThousandsOfNamesAreComparedInTheTimeOfSorting) {
+  // Each with each would be hundreds of millions of comparisons: minutes.
+  Strings na, rw, ro;
+  for (int i = 0; i < 10000; ++i) {
+    na.push_back("none " + std::to_string(i));
+    rw.push_back("write " + std::to_string(i));
+    ro.push_back("read " + std::to_string(i));
+  }
+  EXPECT_EQ(0, Conflict(na, rw, ro));
+  ro.push_back("NONE 4711");
+  EXPECT_LT(0, Conflict(na, rw, ro));
+}
+
 TEST_F(ShareLists, NamesOfServicesAndOfExternalDisks) {
   for (const char* name : {"homes", "HOMES", "home", "surveillance", "usbbackup", "satabackup"}) {
     EXPECT_EQ(1, ShareNameCheck(name) & 1) << name;

@@ -2,8 +2,11 @@
 #include <fstream>
 
 #include "share_fixture.h"
+#include "started_program.h"
 
 namespace {
+
+constexpr char kTool[] = "/usr/kest/bin/kestshare";
 
 class ShareRecord : public ShareTest {};
 
@@ -158,6 +161,7 @@ TEST_F(ShareRecord, NamesComeInOrderAndByPrefix) {
   EXPECT_EQ(Strings{}, Names(KEST_SHARE_ENUM_COUNTED, "%"));
   EXPECT_EQ(Strings{}, Names(KEST_SHARE_ENUM_COUNTED, "_"));
   EXPECT_EQ(5u, Names(KEST_SHARE_ENUM_COUNTED, "").size());
+  EXPECT_EQ(Strings{}, Names(KEST_SHARE_ENUM_COUNTED, "\xC3")) << "no half of a character";
 }
 
 TEST_F(ShareRecord, AnEnumerationAppends) {
@@ -209,6 +213,17 @@ TEST_F(ShareRecord, AWalkLeftEarlyIsClosedAsWell) {
   EXPECT_EQ(0, KESTShareDBCursorGet(walk, &slot));
   EXPECT_EQ(0, KESTShareDBClose(walk));
   KESTShareFree(slot);
+}
+
+TEST_F(ShareRecord, TheToolTakesRestrictionsForWhatTheyAre) {
+  for (const char* restrictions : {"many", "8", "-1", "", "1x", "07"}) {
+    EXPECT_EQ(2, Started({kTool, "add", "photo", "/volume1/photo", "restrictions", restrictions}).status)
+        << restrictions;
+  }
+  EXPECT_EQ("", Get("photo").name);
+  ASSERT_EQ(0, Started({kTool, "add", "photo", "/volume1/photo", "restrictions", "7"}).status);
+  EXPECT_EQ(2, Started({kTool, "set", "photo", "restrictions", "no"}).status);
+  EXPECT_EQ(7, Get("photo").ftp);
 }
 
 TEST_F(ShareRecord, WithoutADatabaseEverythingFails) {

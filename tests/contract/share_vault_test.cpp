@@ -157,4 +157,15 @@ TEST_F(ShareVault, WhatMakesNoSenseChangesNothing) {
   EXPECT_EQ(kSecret, Read("/volume1/photo/deep/a"));
 }
 
+TEST_F(ShareVault, WhatRootLocksTheApplianceCanLockToo) {
+  constexpr uid_t kAppliance = 33;
+  constexpr char kLocks[] = "/usr/kest/etc/shares.lock";
+  fs::remove(kLocks);
+  ASSERT_EQ(0, chown(kAccounts, kAppliance, kAppliance));
+  ASSERT_EQ(0, Make(Named("music")));
+  struct stat locks;
+  ASSERT_EQ(0, stat(kLocks, &locks));
+  EXPECT_EQ(kAppliance, locks.st_uid);
+}
+
 }  // namespace

@@ -151,6 +151,12 @@ TEST_F(AccountDatabaseTest, LoginsAreCounted) {
   EXPECT_EQ(2, anna.login_serial);
 }
 
+TEST(AccountName, OneOfTheSystemIsTakenInEveryCase) {
+  for (const char* name : {"root", "ROOT", "sys", "Sys"}) EXPECT_TRUE(kest::IsSystemAccount(name)) << name;
+  EXPECT_TRUE(kest::IsSystemAccount("\xc5\xbfys")) << "a long s is an s, as it is for the names of accounts";
+  EXPECT_FALSE(kest::IsSystemAccount("sy"));
+}
+
 TEST(AccountName, OnlyPlainNamesAreTaken) {
   for (const char* name : {"a", "anna", "Anna Maria", "\xc3\x9cnsal", "a.b-c_d"})
     EXPECT_TRUE(kest::IsDirectoryName(name)) << name;

@@ -36,7 +36,7 @@ int Account(KESTUSER** out) {
   (*out)->uid = directory.uid;
   (*out)->gid = directory.gid;
   (*out)->name = Copy(&at, directory.name);
-  (*out)->desc = Copy(&at, "Anna, of the meadow");
+  (*out)->desc = Copy(&at, directory.description);
   (*out)->home = Copy(&at, "/var/services/homes/anna");
   (*out)->shell = Copy(&at, "/sbin/nologin");
   return 1;

@@ -10,7 +10,7 @@ struct FakeDirectory {
   bool broken = false;
   int uid = 1026;
   int gid = 100;
-  std::string name = "anna";
+  std::string name = "anna", description = "Anna, of the meadow";
   int group = 1024;
   std::vector<std::string> members;
   std::vector<uint32_t> groups_of;

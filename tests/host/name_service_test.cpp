@@ -60,6 +60,13 @@ TEST_F(NameServiceHost, AnAnswerThatDoesNotFitIsAskedForAgain) {
   EXPECT_STREQ("/sbin/nologin", account.pw_shell);
 }
 
+TEST_F(NameServiceHost, ADescriptionIsOneFieldOfOneLine) {
+  TheDirectory().description = "Anna\nroot2:x:0:0\t\xc3\xa4";
+  passwd account = {};
+  ASSERT_EQ(NSS_STATUS_SUCCESS, AccountIn(4096, &account));
+  EXPECT_STREQ("Anna root2 x 0 0 \xc3\xa4", account.pw_gecos);
+}
+
 TEST_F(NameServiceHost, AGroupThatDoesNotFitIsAskedForAgain) {
   TheDirectory().members = {"anna", "bernd", "c"};
   group found = {};

@@ -349,6 +349,28 @@ TEST(ShareTurns, AShareThatSomebodyIsChangingIsLeftToHim) {
   EXPECT_EQ(state, machine.State()) << "now he is gone";
 }
 
+TEST(ShareVaults, WhatIsRefusedAnywayIsRefusedBeforeAnythingIsMadeClear) {
+  Machine machine;
+  ASSERT_EQ(0, machine.Save(nullptr, "music", "one", "", "anna"));
+  ASSERT_EQ(0, machine.Start());
+  const std::string before = machine.State();
+  EXPECT_EQ(-kErrorTaken, machine.Save("photo", "music", "one", "", "anna"));
+  EXPECT_EQ(before, machine.State());
+  EXPECT_EQ(-kErrorNoSuchObject, machine.Save("photo", "photo", "one", "", "nobody"));
+  EXPECT_EQ(before, machine.State());
+}
+
+TEST(ShareVaults, AKeyThatAKilledSaveHasLeftIsRemoved) {
+  Machine machine;
+  for (const int state : {0, kEncrypted | kAutomatic, kEncrypted}) {
+    const int before = KeysRemoved();
+    ASSERT_TRUE(machine.shares().SetEncryption(1, state));
+    ASSERT_TRUE(machine.Note({1, "", machine.Volume("one") + "/photo", "", ShareMove::kStored}));
+    ASSERT_EQ(0, machine.Recover());
+    EXPECT_EQ(state == kEncrypted ? 1 : 0, KeysRemoved() - before) << state;
+  }
+}
+
 TEST(ShareMembers, AFolderThatSomebodyIsChangingIsRenderedByWhoeverComesNext) {
   Machine machine;
   ASSERT_EQ(0, machine.ShutOutTeam());

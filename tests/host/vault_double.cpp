@@ -62,9 +62,15 @@ int CloseVault(const char* folder) {
 // Memory that forgets is no part of what is tested.
 int StoreKey(const kest::KeyFiles&, int64_t, const char*) { return 0; }
 int LoadKey(const kest::KeyFiles&, int64_t, char (&)[kest::kPassphraseBytes]) { return -kest::kErrorNoSuchObject; }
-int RemoveKey(const kest::KeyFiles&, int64_t) { return 0; }
+int keys_removed = 0;
+int RemoveKey(const kest::KeyFiles&, int64_t) {
+  ++keys_removed;
+  return 0;
+}
 
 }  // namespace
+
+int KeysRemoved() { return keys_removed; }
 
 const KestFoldersModule* FoldersWithVaults() {
   static const KestFoldersModule folders = [] {

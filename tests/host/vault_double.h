@@ -8,4 +8,7 @@
 /// The real folders with such vaults, and stored keys in memory.
 const KestFoldersModule* FoldersWithVaults();
 
+/// How often a stored key has been removed.
+int KeysRemoved();
+
 #endif  // TESTS_HOST_VAULT_DOUBLE_H_
