@@ -24,3 +24,20 @@ endif()
 function(tarvel_lean_library target)
   target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,-O1 -Wl,--hash-style=gnu -Wl,-z,noseparate-code)
 endfunction()
+
+# Standard headers are half of what the compiler reads. Where no compiler cache answers they are read once for each target that
+# is worth it; a cache would answer less with them.
+set(TARVEL_PRECOMPILE_HEADERS ON)
+if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache")
+  set(TARVEL_PRECOMPILE_HEADERS OFF)
+endif()
+
+# tarvel_precompiled_standard_headers(target [header...]): for a target of many sources in C++. Not with clang, so that one
+# compiler tells of a source that does not include what it uses.
+function(tarvel_precompiled_standard_headers target)
+  if(TARVEL_PRECOMPILE_HEADERS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    foreach(header algorithm cstring functional map memory optional string string_view utility vector ${ARGN})
+      target_precompile_headers(${target} PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:<${header}$<ANGLE-R>>")
+    endforeach()
+  endif()
+endfunction()

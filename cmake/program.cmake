@@ -13,13 +13,15 @@ endif()
 
 # tarvel_program(NAME SOURCES file... [LIBRARIES target...] [SHARED])
 #
-# One CGI program of the site, NAME.cgi. With TARVEL_STATIC_PROGRAMS it is fully static: library, platform, jsoncpp and
-# the C++ runtime in one file, nothing to map or relocate at its start. SHARED exempts a program that needs what no
-# archive offers (looking at the mounted volumes).
+# One CGI program of the site, NAME.cgi: its own source comes first, behind it those that it shares with others. With
+# TARVEL_STATIC_PROGRAMS it is fully static: library, platform, jsoncpp and the C++ runtime in one file, nothing to map or
+# relocate at its start. SHARED exempts a program that needs what no archive offers (looking at the mounted volumes).
 function(tarvel_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "SHARED" "" "SOURCES;LIBRARIES")
-  add_executable(${name}.cgi ${arg_SOURCES})
-  target_link_libraries(${name}.cgi PRIVATE tarvel_build_flags ${arg_LIBRARIES})
+  list(POP_FRONT arg_SOURCES own_source)
+  tarvel_program_parts(${arg_SOURCES})
+  add_executable(${name}.cgi ${own_source})
+  target_link_libraries(${name}.cgi PRIVATE tarvel_build_flags tarvel_program_parts ${arg_LIBRARIES})
   if(TARVEL_STATIC_PROGRAMS AND NOT arg_SHARED)
     set_property(GLOBAL APPEND PROPERTY TARVEL_FULLY_STATIC ${name}.cgi)
     target_link_libraries(${name}.cgi PRIVATE tarvel_static kest_static)
@@ -30,4 +32,23 @@ function(tarvel_program name)
   else()
     target_link_libraries(${name}.cgi PRIVATE tarvel kest)
   endif()
+endfunction()
+
+# tarvel_program_parts(file...): sources of several programs are compiled once, into an archive from which each program takes
+# what it calls.
+function(tarvel_program_parts)
+  if(NOT TARGET tarvel_program_parts)
+    add_library(tarvel_program_objects OBJECT)
+    target_link_libraries(tarvel_program_objects PRIVATE tarvel_build_flags tarvel kest)
+    tarvel_precompiled_standard_headers(tarvel_program_objects json/json.h)
+    add_library(tarvel_program_parts STATIC $<TARGET_OBJECTS:tarvel_program_objects>)
+    set_target_properties(tarvel_program_parts PROPERTIES LINKER_LANGUAGE CXX)
+  endif()
+  get_target_property(known tarvel_program_objects SOURCES)
+  foreach(source IN LISTS ARGN)
+    if(NOT source IN_LIST known)
+      target_sources(tarvel_program_objects PRIVATE ${source})
+      list(APPEND known ${source})
+    endif()
+  endforeach()
 endfunction()
