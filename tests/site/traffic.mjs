@@ -2,21 +2,28 @@
 // something that the page does behind an answer, waits until then: a request under way would see half of it.
 import assert from "node:assert/strict";
 
-const kPatience_ms = 60_000;
+const kPatience_ms = 120_000;
+// Nobody tells how a request ends that a page has left behind: one that is as old as this is no longer waited for.
+const kLongest_ms = 30_000;
 const kLooks = 3;
 const underWay = new WeakMap();
 
 /// Counts the page's requests from now on.
 export function watchTraffic(page) {
-  const traffic = { open: new Set(), begun: 0 };
+  const traffic = { open: new Map(), begun: 0 };
   underWay.set(page, traffic);
   page.on("request", (request) => {
     ++traffic.begun;
-    traffic.open.add(request);
+    traffic.open.set(request, Date.now());
   });
   for (const event of ["requestfinished", "requestfailed"]) page.on(event, (request) => traffic.open.delete(request));
-  // Nobody tells how those end that a page has left behind.
   page.on("framenavigated", (frame) => frame === page.mainFrame() && traffic.open.clear());
+}
+
+function waitsForNothing({ open }) {
+  const oldest = Date.now() - kLongest_ms;
+  for (const [request, begun] of open) if (begun < oldest) open.delete(request);
+  return open.size === 0;
 }
 
 // The page has done all it can do without an answer. False while it makes way for another.
@@ -29,9 +36,9 @@ export async function quiet(page) {
   const traffic = underWay.get(page);
   const end = Date.now() + kPatience_ms;
   for (let looks = 0; looks < kLooks; ) {
-    assert.ok(Date.now() < end, `the page still waits for ${[...traffic.open].map((request) => request.url())}`);
+    assert.ok(Date.now() < end, `the page still waits for ${[...traffic.open.keys()].map((request) => request.url())}`);
     const { begun } = traffic;
-    const rests = traffic.open.size === 0 && (await idles(page)) && traffic.open.size === 0 && traffic.begun === begun;
+    const rests = waitsForNothing(traffic) && (await idles(page)) && waitsForNothing(traffic) && traffic.begun === begun;
     looks = rests ? looks + 1 : 0;
     if (!rests) await new Promise((resolve) => setTimeout(resolve, 10));
   }
