@@ -96,6 +96,7 @@ class World {
   void ListShares(const Step& step);
   void CompareShare(const std::string& name);
   void CompareShareList(const char* prefix);
+  void CompareKernel(const Folder& folder);
   void CompareRights(SDK::Share& share, const FolderObject& object, const std::string& name);
 
   /// Another object takes the place of the one in a slot.

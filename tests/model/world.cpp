@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <iterator>
 
+#include "kernel_rights.h"
 #include "platform/klib.h"
 #include "steps.h"
 
@@ -70,6 +71,7 @@ void World::Take(const Step& step) {
       &World::ListShares};
   slot_ = step.slot % kSlots;
   (this->*kSteps[step.kind % std::size(kSteps)])(step);
+  for (const auto& [id, folder] : directory_.folders) CompareKernel(folder);
 }
 
 void World::CompareAll() {
@@ -85,6 +87,27 @@ void World::CompareAll() {
   for (const std::string& name : Folders()) {
     CompareShare(name);
     Same(("folder of " + name).c_str(), directory_.paths.count(kVolume + name) != 0, IsFolderThere(kVolume + name));
+  }
+}
+
+// The folder lets in whom the lists let in, whatever has happened to the groups that they name.
+void World::CompareKernel(const Folder& folder) {
+  for (const auto& [uid, person] : directory_.people) {
+    std::set<unsigned> gids = {static_cast<unsigned>(kUsers)};
+    for (const auto& [gid, team] : directory_.teams) {
+      if (team.members.count(uid) != 0) gids.insert(static_cast<unsigned>(gid));
+    }
+    const auto covers = [&gids, number = uid](const std::vector<Entry>& list) {
+      return std::any_of(list.begin(), list.end(), [&](const Entry& entry) {
+        return entry.is_team ? gids.count(static_cast<unsigned>(entry.number)) != 0 : entry.number == number;
+      });
+    };
+    const int right = covers(folder.lists[kNoAccess])    ? 0
+                      : covers(folder.lists[kReadWrite]) ? 2
+                      : covers(folder.lists[kReadOnly])  ? 1
+                                                         : 0;
+    Same(("right of " + person.name + " in " + folder.path).c_str(), right,
+         KernelRight(folder.path, static_cast<unsigned>(uid), gids));
   }
 }
 
