@@ -62,11 +62,11 @@ class MockedCall<Result(Arguments...)> {
   Result operator()(Arguments... arguments) { return mocker_->Call(std::forward<Arguments>(arguments)...); }
 
   /// What EXPECT_CALL finds under the name "gmock_<function>".
-  class Spec {
+  class Pattern {
    public:
-    explicit Spec(const MockedCall& call) : mocker_(call.mocker_.get()) {}
-    Spec& operator()(const ::testing::Matcher<Arguments>&... matchers) { return mocker_->With(matchers...), *this; }
-    Spec& operator()(const ::testing::internal::WithoutMatchers&, void*) { return *this; }
+    explicit Pattern(const MockedCall& call) : mocker_(call.mocker_.get()) {}
+    Pattern& operator()(const ::testing::Matcher<Arguments>&... matchers) { return mocker_->With(matchers...), *this; }
+    Pattern& operator()(const ::testing::internal::WithoutMatchers&, void*) { return *this; }
     Expected InternalExpectedAt(const char* file, int line, const char* object, const char* call) {
       return Expected(mocker_, mocker_->Expect(file, line, object, call));
     }
@@ -84,6 +84,6 @@ class MockedCall<Result(Arguments...)> {
 /// In the place of MOCK_METHOD. The class defines its constructor in its source.
 #define MOCKED_CALL(Result, Name, Arguments)                        \
   ::tarvel_test::MockedCall<Result Arguments> Name = {this, #Name}; \
-  ::tarvel_test::MockedCall<Result Arguments>::Spec gmock_##Name { Name }
+  ::tarvel_test::MockedCall<Result Arguments>::Pattern gmock_##Name { Name }
 
 #endif  // TESTS_UNIT_SUPPORT_MOCKED_CALL_H
