@@ -1,7 +1,7 @@
 // Accounts and groups behind the programs' back, and names of every kind.
 import { spawnSync } from "node:child_process";
 import assert from "node:assert/strict";
-import { run } from "./program.mjs";
+import { account, login, makeAccounts, run } from "./program.mjs";
 
 /// Makes accounts without a password, all at once: names, or [name, description, mail address].
 export function loadAccounts(accounts) {
@@ -21,6 +21,16 @@ export const oddNames = ["a", "<b>bold", "it's", "a;b", "$(id)", "%00", "a b", "
 
 /// Names that neither may have.
 export const badNames = [" a", "a ", "a,b", "a:b", "a@b", "a\\b", "a/b", 'a"b', "a\nb", "a\r", "a\tb", "a\u0001", "a\u007f", "a\u0085b", "a\u202eb", "\u2066a", ".", "..", "-a"];
+
+/// The accounts and an empty group "editors", with what an administrator's page does: loads a form, applies it.
+export function startAdministration() {
+  makeAccounts();
+  account("groupadd", "editors", "who writes");
+  const cookie = login();
+  const load = (program, query) => run(program, { query: { action: "load", ...query }, cookie }).json.data;
+  const apply = (program, form) => run(program, { form: { action: "apply", ...form }, cookie }).json;
+  return { cookie, load, apply };
+}
 
 /// A form's body with bytes that are no UTF-8 where `MARK` stands.
 export const brokenForm = (fields) => new URLSearchParams(fields).toString().replace("MARK", "%C3%28");

@@ -2,9 +2,9 @@
 import assert from "node:assert/strict";
 import { rmSync } from "node:fs";
 import { before, test } from "node:test";
-import { formError } from "./directory.mjs";
+import { formError, startAdministration } from "./directory.mjs";
 import { fillDisk } from "./full_disk.mjs";
-import { account, login, makeAccounts, run } from "./program.mjs";
+import { run } from "./program.mjs";
 
 const kFiller = "/usr/kest/etc/filler";
 const kPassword = "a fresh password";
@@ -12,16 +12,10 @@ const kPassword = "a fresh password";
 const kForLooking = 36 * 1024;
 const kLong = "x".repeat(1024);
 const kNoRoom = formError("error_directory_no_room");
-let cookie;
+let cookie, load, apply;
 
-before(() => {
-  makeAccounts();
-  account("groupadd", "editors", "who writes");
-  cookie = login();
-});
+before(() => ({ cookie, load, apply } = startAdministration()));
 
-const load = (program, query) => run(program, { query: { action: "load", ...query }, cookie }).json.data;
-const apply = (program, form) => run(program, { form: { action: "apply", ...form }, cookie }).json;
 const list = (program) => run(program, { cookie }).json.data.items;
 const state = () => [list("users"), list("groups"), load("user", { user: "anna" }), load("group", { group: "editors" }), load("members", { group: "editors" })];
 const saveUser = (fields) => apply("user", { change: "save", ...load("user", fields.user ? { user: fields.user } : {}), ...fields });

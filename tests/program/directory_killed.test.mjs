@@ -2,23 +2,18 @@
 // and the next save works.
 import assert from "node:assert/strict";
 import { before, test } from "node:test";
+import { startAdministration } from "./directory.mjs";
 import { killAtEachStep } from "./killed.mjs";
-import { account, login, makeAccounts, run } from "./program.mjs";
+import { account, run } from "./program.mjs";
 
 const kPassword = "a fresh password";
 // Fewer than elsewhere: what is looked at after each takes several programs.
 const kSteps = 12;
 const kMembers = ["admin", "anna"];
-let cookie;
+let cookie, load, apply;
 
-before(() => {
-  makeAccounts();
-  account("groupadd", "editors", "who writes");
-  cookie = login();
-});
+before(() => ({ cookie, load, apply } = startAdministration()));
 
-const load = (program, query) => run(program, { query: { action: "load", ...query }, cookie }).json.data;
-const apply = (program, form) => run(program, { form: { action: "apply", ...form }, cookie }).json;
 const names = (program) => run(program, { cookie }).json.data.items.map(({ name }) => name);
 const members = () => load("members", { group: "editors", only: "members" }).items.map(({ name }) => name);
 const fields = { user: "", version: "", description: "new", email: "kim@example.org", password: kPassword, password_again: kPassword, state: "normal",
